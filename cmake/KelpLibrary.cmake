@@ -1,0 +1,39 @@
+# The library: one set of objects, linked as libkelp.so (Kelp::kelp) and archived as libkelp.a (Kelp::kelp-static).
+find_package(Threads REQUIRED)
+
+add_library(kelp-objects OBJECT)
+set_target_properties(kelp-objects PROPERTIES
+  POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+target_include_directories(kelp-objects PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_link_libraries(kelp-objects PRIVATE kelp-compile-options)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # Calls inside the library go straight to their target; nobody may replace a member of it from outside.
+  target_compile_options(kelp-objects PRIVATE -fno-semantic-interposition)
+endif()
+
+foreach(subsystem foundation event thread timer file ipc rpc pref)
+  if(EXISTS ${PROJECT_SOURCE_DIR}/${subsystem}/CMakeLists.txt)
+    add_subdirectory(${subsystem})
+  endif()
+endforeach()
+
+add_library(kelp SHARED $<TARGET_OBJECTS:kelp-objects>)
+add_library(kelp-static STATIC $<TARGET_OBJECTS:kelp-objects>)
+add_library(Kelp::kelp ALIAS kelp)
+add_library(Kelp::kelp-static ALIAS kelp-static)
+set_target_properties(kelp PROPERTIES
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/kelp.map)
+set_target_properties(kelp-static PROPERTIES OUTPUT_NAME kelp)
+target_link_options(kelp PRIVATE
+  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/kelp.map -Wl,-Bsymbolic-functions)
+
+# json-c is the process's own: the shared library names no need for it, the program that links Kelp does, and keeps it
+# even when the linker drops what the program itself seems not to use.
+set(KELP_JSON_C_LINK_FLAG -Wl,--push-state,--no-as-needed,-ljson-c,--pop-state)
+foreach(library kelp kelp-static)
+  target_include_directories(${library} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kelp>)
+  target_compile_features(${library} INTERFACE cxx_std_17)
+  target_link_libraries(${library} INTERFACE ${KELP_JSON_C_LINK_FLAG} Threads::Threads)
+endforeach()

@@ -1,0 +1,36 @@
+#include "KelpObject.h"
+
+#include "foundation/Diagnostics.h"
+#include "foundation/ObjectRegistry.h"
+
+namespace Kelp {
+
+KelpObject::KelpObject() : m_objectType(ObjectType_None) {
+  ObjectRegistry::getInstance().add(*this);
+}
+
+KelpObject::KelpObject(const KelpObject& other) : m_objectType(other.m_objectType) {
+  ObjectRegistry::getInstance().add(*this);
+}
+
+KelpObject& KelpObject::operator=(const KelpObject& other) = default;
+
+KelpObject::~KelpObject() {
+  ObjectRegistry::getInstance().remove(*this);
+}
+
+void KelpObject::setObjectType(ObjectType type) {
+  m_objectType = type;
+}
+
+bool KelpObject::isObjectExist(const KelpObject* object) {
+  ObjectType type;
+  if (ObjectRegistry::getInstance().find(object, type)) {
+    KELP_LOG_TRACE_AT(82, "This object (%p) Exist! (ObjectType=%d)\n", static_cast<const void*>(object), type);
+    return true;
+  }
+  KELP_LOG_TRACE_AT(86, "This object (%p) does NOT Exist.\n", static_cast<const void*>(object));
+  return false;
+}
+
+}  // namespace Kelp

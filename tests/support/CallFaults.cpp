@@ -1,0 +1,197 @@
+#include "support/CallFaults.h"
+
+#include <errno.h>
+#include <pthread.h>
+#include <signal.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <sys/epoll.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <atomic>
+
+namespace KelpTest {
+
+namespace {
+
+struct CallState {
+  std::atomic<int> count{0};
+  std::atomic<int> skip{0};
+  std::atomic<int> times{0};
+  std::atomic<int> hits{0};
+  std::atomic<int> error{0};
+};
+
+CallState s_calls[static_cast<int>(Call::Write) + 1];
+std::atomic<int> s_writeLimit{-1};
+
+CallState& stateOf(Call call) {
+  return s_calls[static_cast<int>(call)];
+}
+
+// Counts the call. Returns the error that it has to fail with, or 0.
+int takeFault(Call call) {
+  CallState& state = stateOf(call);
+  state.count.fetch_add(1);
+  if (state.times.load() == 0 || state.skip.fetch_sub(1) > 0) {
+    return 0;
+  }
+  if (state.times.fetch_sub(1) <= 0) {
+    state.times.store(0);
+    return 0;
+  }
+  state.hits.fetch_add(1);
+  return state.error.load();
+}
+
+bool failsWithErrno(Call call) {
+  const int error = takeFault(call);
+  if (error == 0) {
+    return false;
+  }
+  errno = error;
+  return true;
+}
+
+}  // namespace
+
+CallFault::CallFault(Call call, int error, int skip, int times) : m_call(call) {
+  CallState& state = stateOf(call);
+  state.hits.store(0);
+  state.error.store(error);
+  state.skip.store(skip);
+  state.times.store(times);
+}
+
+CallFault::~CallFault() {
+  stateOf(m_call).times.store(0);
+}
+
+int CallFault::hits() const {
+  return stateOf(m_call).hits.load();
+}
+
+int callCount(Call call) {
+  return stateOf(call).count.load();
+}
+
+ShortWrites::ShortWrites(int limit) {
+  s_writeLimit.store(limit);
+}
+
+ShortWrites::~ShortWrites() {
+  s_writeLimit.store(-1);
+}
+
+}  // namespace KelpTest
+
+using KelpTest::Call;
+using KelpTest::failsWithErrno;
+using KelpTest::takeFault;
+
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's own naming for wrapped calls
+#define KELP_TEST_WRAP(enumerator, result, failure, function, parameters, arguments) \
+  extern "C" result __real_##function parameters;                                    \
+  extern "C" result __wrap_##function parameters;                                    \
+  extern "C" result __wrap_##function parameters {                                   \
+    return failsWithErrno(Call::enumerator) ? failure : __real_##function arguments; \
+  }
+
+#define KELP_TEST_WRAP_PTHREAD(enumerator, function, parameters, arguments) \
+  extern "C" int __real_##function parameters;                              \
+  extern "C" int __wrap_##function parameters;                              \
+  extern "C" int __wrap_##function parameters {                             \
+    const int error = takeFault(Call::enumerator);                          \
+    return error != 0 ? error : __real_##function arguments;                \
+  }
+
+KELP_TEST_WRAP(Chmod, int, -1, chmod, (const char* path, mode_t mode), (path, mode))
+KELP_TEST_WRAP(Chown, int, -1, chown, (const char* path, uid_t owner, gid_t group), (path, owner, group))
+KELP_TEST_WRAP(Close, int, -1, close, (int fd), (fd))
+KELP_TEST_WRAP(Dup, int, -1, dup, (int fd), (fd))
+KELP_TEST_WRAP(EpollCreate, int, -1, epoll_create, (int size), (size))
+KELP_TEST_WRAP(EpollCreate1, int, -1, epoll_create1, (int flags), (flags))
+KELP_TEST_WRAP(EpollCtl, int, -1, epoll_ctl, (int epfd, int op, int fd, epoll_event* event), (epfd, op, fd, event))
+KELP_TEST_WRAP(EpollWait, int, -1, epoll_wait, (int epfd, epoll_event* events, int count, int timeout),
+               (epfd, events, count, timeout))
+KELP_TEST_WRAP(Fopen, FILE*, nullptr, fopen, (const char* path, const char* mode), (path, mode))
+KELP_TEST_WRAP(Fputs, int, EOF, fputs, (const char* text, FILE* stream), (text, stream))
+KELP_TEST_WRAP(Fstat, int, -1, fstat, (int fd, struct stat* status), (fd, status))
+KELP_TEST_WRAP(Fwrite, size_t, 0, fwrite, (const void* data, size_t size, size_t count, FILE* stream),
+               (data, size, count, stream))
+KELP_TEST_WRAP(Gettimeofday, int, -1, gettimeofday, (timeval * time, void* zone), (time, zone))
+KELP_TEST_WRAP(Lseek, off_t, -1, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
+KELP_TEST_WRAP(Malloc, void*, nullptr, malloc, (size_t size), (size))
+KELP_TEST_WRAP(Mkfifo, int, -1, mkfifo, (const char* path, mode_t mode), (path, mode))
+KELP_TEST_WRAP(Mmap, void*, MAP_FAILED, mmap,
+               (void* address, size_t size, int protection, int flags, int fd, off_t offset),
+               (address, size, protection, flags, fd, offset))
+KELP_TEST_WRAP(Pipe2, int, -1, pipe2, (int* fds, int flags), (fds, flags))
+KELP_TEST_WRAP_PTHREAD(MutexDestroy, pthread_mutex_destroy, (pthread_mutex_t * mutex), (mutex))
+KELP_TEST_WRAP_PTHREAD(MutexInit, pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
+                       (mutex, attributes))
+KELP_TEST_WRAP_PTHREAD(MutexLock, pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex))
+KELP_TEST_WRAP_PTHREAD(MutexTrylock, pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex))
+KELP_TEST_WRAP_PTHREAD(MutexUnlock, pthread_mutex_unlock, (pthread_mutex_t * mutex), (mutex))
+KELP_TEST_WRAP_PTHREAD(Sigmask, pthread_sigmask, (int how, const sigset_t* set, sigset_t* old), (how, set, old))
+KELP_TEST_WRAP(Read, ssize_t, -1, read, (int fd, void* data, size_t size), (fd, data, size))
+KELP_TEST_WRAP(Readlink, ssize_t, -1, readlink, (const char* path, char* target, size_t size), (path, target, size))
+KELP_TEST_WRAP(Realloc, void*, nullptr, realloc, (void* block, size_t size), (block, size))
+KELP_TEST_WRAP(Rename, int, -1, rename, (const char* from, const char* to), (from, to))
+KELP_TEST_WRAP(Stat, int, -1, stat, (const char* path, struct stat* status), (path, status))
+KELP_TEST_WRAP(System, int, -1, system, (const char* command), (command))
+KELP_TEST_WRAP(TimerfdCreate, int, -1, timerfd_create, (int clock, int flags), (clock, flags))
+KELP_TEST_WRAP(TimerfdSettime, int, -1, timerfd_settime, (int fd, int flags, const itimerspec* value, itimerspec* old),
+               (fd, flags, value, old))
+KELP_TEST_WRAP(Unlink, int, -1, unlink, (const char* path), (path))
+
+extern "C" mode_t __real_umask(mode_t mode);
+extern "C" mode_t __wrap_umask(mode_t mode);
+extern "C" mode_t __wrap_umask(mode_t mode) {
+  takeFault(Call::Umask);
+  return __real_umask(mode);
+}
+
+extern "C" void __real_sync();
+extern "C" void __wrap_sync();
+extern "C" void __wrap_sync() {
+  takeFault(Call::Sync);
+  __real_sync();
+}
+
+extern "C" ssize_t __real_write(int fd, const void* data, size_t size);
+extern "C" ssize_t __wrap_write(int fd, const void* data, size_t size);
+extern "C" ssize_t __wrap_write(int fd, const void* data, size_t size) {
+  if (failsWithErrno(Call::Write)) {
+    return -1;
+  }
+  const int limit = KelpTest::s_writeLimit.load();
+  const bool isCut = limit >= 0 && size > static_cast<size_t>(limit);
+  return __real_write(fd, data, isCut ? static_cast<size_t>(limit) : size);
+}
+
+// The third argument is read whether or not the caller gave one: it is passed on and used only where it has a meaning.
+extern "C" int __real_open(const char* path, int flags, ...);
+extern "C" int __wrap_open(const char* path, int flags, ...);
+extern "C" int __wrap_open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const auto mode = static_cast<mode_t>(va_arg(arguments, unsigned int));
+  va_end(arguments);
+  return failsWithErrno(Call::Open) ? -1 : __real_open(path, flags, mode);
+}
+
+extern "C" int __real_fcntl(int fd, int command, ...);
+extern "C" int __wrap_fcntl(int fd, int command, ...);
+extern "C" int __wrap_fcntl(int fd, int command, ...) {
+  va_list arguments;
+  va_start(arguments, command);
+  void* argument = va_arg(arguments, void*);
+  va_end(arguments);
+  return failsWithErrno(Call::Fcntl) ? -1 : __real_fcntl(fd, command, argument);
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

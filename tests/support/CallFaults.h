@@ -1,0 +1,87 @@
+// Makes calls of the C library fail, and counts them. Every test program is linked so that the calls listed here reach
+// a wrapper first, whoever makes them.
+//
+// Threads: faults and counts are the process's, not the thread's: arm a fault as late as possible.
+#ifndef KELP_TESTS_SUPPORT_CALL_FAULTS_H
+#define KELP_TESTS_SUPPORT_CALL_FAULTS_H
+
+#include <functional>
+
+namespace KelpTest {
+
+// X(enumerator, function)
+#define KELP_TEST_CALLS(X)               \
+  X(Chmod, chmod)                        \
+  X(Chown, chown)                        \
+  X(Close, close)                        \
+  X(Dup, dup)                            \
+  X(EpollCreate, epoll_create)           \
+  X(EpollCreate1, epoll_create1)         \
+  X(EpollCtl, epoll_ctl)                 \
+  X(EpollWait, epoll_wait)               \
+  X(Fcntl, fcntl)                        \
+  X(Fopen, fopen)                        \
+  X(Fputs, fputs)                        \
+  X(Fstat, fstat)                        \
+  X(Fwrite, fwrite)                      \
+  X(Gettimeofday, gettimeofday)          \
+  X(Lseek, lseek)                        \
+  X(Malloc, malloc)                      \
+  X(Mkfifo, mkfifo)                      \
+  X(Mmap, mmap)                          \
+  X(Open, open)                          \
+  X(Pipe2, pipe2)                        \
+  X(MutexDestroy, pthread_mutex_destroy) \
+  X(MutexInit, pthread_mutex_init)       \
+  X(MutexLock, pthread_mutex_lock)       \
+  X(MutexTrylock, pthread_mutex_trylock) \
+  X(MutexUnlock, pthread_mutex_unlock)   \
+  X(Sigmask, pthread_sigmask)            \
+  X(Read, read)                          \
+  X(Readlink, readlink)                  \
+  X(Realloc, realloc)                    \
+  X(Rename, rename)                      \
+  X(Stat, stat)                          \
+  X(Sync, sync)                          \
+  X(System, system)                      \
+  X(TimerfdCreate, timerfd_create)       \
+  X(TimerfdSettime, timerfd_settime)     \
+  X(Umask, umask)                        \
+  X(Unlink, unlink)                      \
+  X(Write, write)
+
+enum class Call {
+#define KELP_TEST_ENUMERATOR(enumerator, function) enumerator,
+  KELP_TEST_CALLS(KELP_TEST_ENUMERATOR)
+#undef KELP_TEST_ENUMERATOR
+};
+
+// While it lives: `skip` calls go through, the next `times` fail with errno `error` (a pthread call returns it; a call
+// that has no failure, like umask and sync, is only counted), all later ones go through. The result of a failing call
+// is the one that the C library documents: -1, null, MAP_FAILED, EOF or, for fwrite, 0. One fault per call at a time.
+class CallFault {
+ public:
+  CallFault(Call call, int error, int skip = 0, int times = 1);
+  ~CallFault();
+  CallFault(const CallFault&) = delete;
+  CallFault& operator=(const CallFault&) = delete;
+
+  int hits() const;  // how many calls have failed so far
+
+ private:
+  Call m_call;
+};
+
+// How often the process has called it since it started, failed calls included.
+int callCount(Call call);
+
+// While it lives, a write of more than `limit` bytes writes only `limit`, as a full disk or a pipe may.
+class ShortWrites {
+ public:
+  explicit ShortWrites(int limit);
+  ~ShortWrites();
+};
+
+}  // namespace KelpTest
+
+#endif  // KELP_TESTS_SUPPORT_CALL_FAULTS_H
