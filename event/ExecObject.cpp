@@ -1,0 +1,8 @@
+#include "ExecObject.h"
+
+namespace Kelp {
+
+ExecObject::ExecObject() = default;
+ExecObject::~ExecObject() = default;
+
+}  // namespace Kelp
