@@ -27,6 +27,11 @@ ObjectRegistry::ObjectRegistry()
 
 void ObjectRegistry::add(KelpObject& object) {
   Mutex::ScopedLock lock(m_mutex);
+  // An address that an object left without its destructor stands for the new object, not for two.
+  if (const Slot& known = m_slots[slotOf(&object)]; known.key != nullptr) {
+    m_objects.splice(m_objects.begin(), m_objects, known.position);
+    return;
+  }
   if (2 * (m_objects.size() + 1) > m_slotMask) {
     growIndex();
   }
