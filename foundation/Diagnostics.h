@@ -14,8 +14,8 @@
 extern "C" int PfLogPrintf(unsigned int level, const char* format, ...) __attribute__((weak, format(printf, 2, 3)));
 
 // Declared here as the C library's header does, because that header hides it under NDEBUG.
-extern "C" [[noreturn]] void __assert_fail(const char* expression, const char* file, unsigned int line,
-                                           const char* function) noexcept;
+extern "C" void __assert_fail(const char* expression, const char* file, unsigned int line,
+                              const char* function) noexcept __attribute__((noreturn));
 
 namespace Kelp {
 

@@ -25,7 +25,7 @@ std::vector<Captured>& captured() {
   return *lines;
 }
 
-std::string formatLine(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string formatLine(const char* format, va_list arguments) {
   va_list again;
   va_copy(again, arguments);
   const int length = vsnprintf(nullptr, 0, format, again);
