@@ -259,7 +259,7 @@ CommonReturnCode_t Base64EncDec::putBase64(const unsigned char* in, unsigned int
   }
   // Groups for which there is room need no check of their own. The room can end earlier than the data, because
   // encodeSize() wraps round from 1 GiB on: the next group's first character too many then ends the process.
-  const unsigned int groups = std::min<unsigned int>(inSize / kGroupBytes, maxSize / kGroupCharacters);
+  const auto groups = static_cast<unsigned int>(std::min(inSize / kGroupBytes, maxSize / kGroupCharacters));
   encodeGroups(in, groups, out);
   outSize = groups * static_cast<unsigned int>(kGroupCharacters);
   const std::size_t rest = inSize - groups * kGroupBytes;
