@@ -1,0 +1,133 @@
+#include "QueryStringParser.h"
+
+#include "foundation/Diagnostics.h"
+#include "rpc/MemberData.h"
+#include "rpc/MemberLookup.h"
+#include "rpc/MemberText.h"
+#include "rpc/QueryStringDecoding.h"
+#include "rpc/RequestMapping.h"
+
+namespace Kelp {
+
+const char* const QueryStringParser::s_queryStringCode =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~&";
+
+QueryStringParser::QueryStringParser(const std::string& filePath)
+    : RpcParser(filePath), m_state(PERSAR_INIT), m_pBuffer(nullptr), m_file(filePath, false), m_size(0) {
+  setObjectType(ObjectType_QueryStringParser);
+  doParsing();
+}
+
+QueryStringParser::~QueryStringParser() {
+  // Not the file's size of now: memory behind the mapping is not the parser's.
+  unmapRequest(m_pBuffer, m_size);
+}
+
+CommonReturnCode_t QueryStringParser::getDecimal(const std::string& name, int& value) {
+  if (m_state != PERSAR_DONE) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  const MemberText text(*this, name);
+  if (!text.hasText()) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  value = text.toDecimal();
+  return CommonReturnCode_Ok;
+}
+
+CommonReturnCode_t QueryStringParser::getHexadecimal(const std::string& name, int& value) {
+  if (m_state != PERSAR_DONE) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  const MemberText text(*this, name);
+  if (!text.hasText()) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  text.toHexadecimal(value);
+  return CommonReturnCode_Ok;
+}
+
+CommonReturnCode_t QueryStringParser::getStringData(const std::string& name, std::string& value) {
+  if (m_state != PERSAR_DONE) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  const MemberText text(*this, name);
+  if (text.isMissing()) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  value = text.hasText() ? text.get() : "";
+  return CommonReturnCode_Ok;
+}
+
+CommonReturnCode_t QueryStringParser::getBinaryData(const std::string& name, const std::string& filePath) {
+  long offset = 0;
+  const unsigned int size = m_state == PERSAR_DONE ? getMemberInfo(name, offset) : kNoMember;
+  if (size == kNoMember) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  return size == 0 ? touchFile(filePath) : decodeToFile(m_pBuffer + offset, size, filePath);
+}
+
+CommonReturnCode_t QueryStringParser::getBinaryData(const std::string& name, void*& data, unsigned int& size) {
+  long offset = 0;
+  const unsigned int textSize = m_state == PERSAR_DONE ? getMemberInfo(name, offset) : kNoMember;
+  if (textSize == kNoMember || textSize == 0) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  return decodeToMemory(m_pBuffer + offset, textSize, data, size);
+}
+
+unsigned int QueryStringParser::getMemberInfo(const std::string& name, long& offset) const {
+  const MemberTable_t* const member = findMember(m_memberTable, name);
+  if (member == nullptr) {
+    return kNoMember;
+  }
+  offset = member->offset;
+  return member->size;
+}
+
+unsigned int QueryStringParser::getMember(const std::string& name, char*& value) const {
+  value = nullptr;
+  long offset = 0;
+  const unsigned int size = getMemberInfo(name, offset);
+  return size == kNoMember ? kNoMember : copyMember(m_pBuffer + offset, size, value);
+}
+
+char QueryStringParser::charDecoding(char*& cursor, unsigned int& remaining) const {
+  if (remaining == 0) {
+    return '\0';
+  }
+  const char* next = cursor;
+  const char decoded = decodeCharacter(next, cursor + remaining);
+  const long passed = next - cursor;
+  cursor += passed;
+  remaining -= static_cast<unsigned int>(passed);
+  return decoded;
+}
+
+void QueryStringParser::doParsing() {
+  KELP_ASSERT(PERSAR_INIT == m_state, "PERSAR_INIT == m_state");
+  if (!mapRequest(m_file, m_pBuffer, m_size)) {
+    m_state = PERSAR_ERROR;
+    return;
+  }
+  parseMembers();
+  m_state = PERSAR_DONE;
+}
+
+// Decoding lengthens nothing, so that the values stay behind the cursor. Each member has lost a '=' at least, or has no
+// value, and all but the last a '&': the memory behind a value up to its next multiple of 4 is always in the mapping,
+// whose first value starts with it and which ends with a page.
+void QueryStringParser::parseMembers() {
+  const char* cursor = m_pBuffer;
+  const char* const end = m_pBuffer + m_size;
+  char* out = m_pBuffer;
+  while (cursor != end) {
+    std::string name = decodeName(cursor, end);
+    const char* const value = out;
+    decodeValue(cursor, end, out);
+    m_memberTable.push_back({std::move(name), value - m_pBuffer, static_cast<unsigned int>(out - value)});
+  }
+}
+
+}  // namespace Kelp
