@@ -13,6 +13,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 namespace KelpTest {
 
@@ -28,6 +31,10 @@ struct CallState {
 
 CallState s_calls[static_cast<int>(Call::Write) + 1];
 std::atomic<int> s_writeLimit{-1};
+
+std::mutex s_textMutex;  // guards the texts below
+std::string s_lastSystemCommand;
+std::unique_ptr<std::string> s_linkTarget;
 
 CallState& stateOf(Call call) {
   return s_calls[static_cast<int>(call)];
@@ -77,6 +84,21 @@ int CallFault::hits() const {
 
 int callCount(Call call) {
   return stateOf(call).count.load();
+}
+
+std::string lastSystemCommand() {
+  const std::lock_guard<std::mutex> lock(s_textMutex);
+  return s_lastSystemCommand;
+}
+
+LinkTarget::LinkTarget(std::string target) {
+  const std::lock_guard<std::mutex> lock(s_textMutex);
+  s_linkTarget = std::make_unique<std::string>(std::move(target));
+}
+
+LinkTarget::~LinkTarget() {
+  const std::lock_guard<std::mutex> lock(s_textMutex);
+  s_linkTarget.reset();
 }
 
 ShortWrites::ShortWrites(int limit) {
@@ -139,11 +161,9 @@ KELP_TEST_WRAP_PTHREAD(MutexTrylock, pthread_mutex_trylock, (pthread_mutex_t * m
 KELP_TEST_WRAP_PTHREAD(MutexUnlock, pthread_mutex_unlock, (pthread_mutex_t * mutex), (mutex))
 KELP_TEST_WRAP_PTHREAD(Sigmask, pthread_sigmask, (int how, const sigset_t* set, sigset_t* old), (how, set, old))
 KELP_TEST_WRAP(Read, ssize_t, -1, read, (int fd, void* data, size_t size), (fd, data, size))
-KELP_TEST_WRAP(Readlink, ssize_t, -1, readlink, (const char* path, char* target, size_t size), (path, target, size))
 KELP_TEST_WRAP(Realloc, void*, nullptr, realloc, (void* block, size_t size), (block, size))
 KELP_TEST_WRAP(Rename, int, -1, rename, (const char* from, const char* to), (from, to))
 KELP_TEST_WRAP(Stat, int, -1, stat, (const char* path, struct stat* status), (path, status))
-KELP_TEST_WRAP(System, int, -1, system, (const char* command), (command))
 KELP_TEST_WRAP(TimerfdCreate, int, -1, timerfd_create, (int clock, int flags), (clock, flags))
 KELP_TEST_WRAP(TimerfdSettime, int, -1, timerfd_settime, (int fd, int flags, const itimerspec* value, itimerspec* old),
                (fd, flags, value, old))
@@ -161,6 +181,29 @@ extern "C" void __wrap_sync();
 extern "C" void __wrap_sync() {
   takeFault(Call::Sync);
   __real_sync();
+}
+
+extern "C" ssize_t __real_readlink(const char* path, char* target, size_t size);
+extern "C" ssize_t __wrap_readlink(const char* path, char* target, size_t size);
+extern "C" ssize_t __wrap_readlink(const char* path, char* target, size_t size) {
+  if (failsWithErrno(Call::Readlink)) {
+    return -1;
+  }
+  const std::lock_guard<std::mutex> lock(KelpTest::s_textMutex);
+  if (KelpTest::s_linkTarget == nullptr) {
+    return __real_readlink(path, target, size);
+  }
+  return static_cast<ssize_t>(KelpTest::s_linkTarget->copy(target, size));
+}
+
+extern "C" int __real_system(const char* command);
+extern "C" int __wrap_system(const char* command);
+extern "C" int __wrap_system(const char* command) {
+  {
+    const std::lock_guard<std::mutex> lock(KelpTest::s_textMutex);
+    KelpTest::s_lastSystemCommand = command;
+  }
+  return failsWithErrno(Call::System) ? -1 : __real_system(command);
 }
 
 extern "C" ssize_t __real_write(int fd, const void* data, size_t size);

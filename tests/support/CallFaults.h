@@ -6,6 +6,7 @@
 #define KELP_TESTS_SUPPORT_CALL_FAULTS_H
 
 #include <functional>
+#include <string>
 
 namespace KelpTest {
 
@@ -74,6 +75,18 @@ class CallFault {
 
 // How often the process has called it since it started, failed calls included.
 int callCount(Call call);
+
+// The command that system() was last called with, failed calls included; empty when there was none.
+std::string lastSystemCommand();
+
+// While it lives, every symbolic link seems to point to `target`.
+class LinkTarget {
+ public:
+  explicit LinkTarget(std::string target);
+  ~LinkTarget();
+  LinkTarget(const LinkTarget&) = delete;
+  LinkTarget& operator=(const LinkTarget&) = delete;
+};
 
 // While it lives, a write of more than `limit` bytes writes only `limit`, as a full disk or a pipe may.
 class ShortWrites {
