@@ -25,21 +25,26 @@ struct Tables {
   signed char digit[256];  // hexadecimal; -1: none
 };
 
+constexpr std::size_t indexOf(char character) {
+  return static_cast<unsigned char>(character);
+}
+
 constexpr Tables makeTables() {
   Tables tables{};
-  tables.kind['+'] = Kind_Blank;
-  tables.kind['%'] = Kind_Escape;
-  tables.kind['\r'] = Kind_LineEnd;
-  tables.kind['\n'] = Kind_LineEnd;
-  tables.kind['&'] = Kind_ValueEnd;
+  tables.kind[indexOf('+')] = Kind_Blank;
+  tables.kind[indexOf('%')] = Kind_Escape;
+  tables.kind[indexOf('\r')] = Kind_LineEnd;
+  tables.kind[indexOf('\n')] = Kind_LineEnd;
+  tables.kind[indexOf('&')] = Kind_ValueEnd;
   for (auto& digit : tables.digit) {
     digit = -1;
   }
-  for (int i = 0; i < 10; ++i) {
-    tables.digit['0' + i] = static_cast<signed char>(i);
+  for (unsigned int i = 0; i < 10; ++i) {
+    tables.digit[indexOf('0') + i] = static_cast<signed char>(i);
   }
-  for (int i = 0; i < 6; ++i) {
-    tables.digit['A' + i] = tables.digit['a' + i] = static_cast<signed char>(10 + i);
+  for (unsigned int i = 0; i < 6; ++i) {
+    tables.digit[indexOf('A') + i] = static_cast<signed char>(10 + i);
+    tables.digit[indexOf('a') + i] = static_cast<signed char>(10 + i);
   }
   return tables;
 }
@@ -47,11 +52,11 @@ constexpr Tables makeTables() {
 constexpr Tables kTables = makeTables();
 
 int digitOf(char character) {
-  return kTables.digit[static_cast<unsigned char>(character)];
+  return kTables.digit[indexOf(character)];
 }
 
 Kind kindOf(char character) {
-  return kTables.kind[static_cast<unsigned char>(character)];
+  return kTables.kind[indexOf(character)];
 }
 
 std::uint64_t loadWord(const char* in) {
