@@ -27,6 +27,11 @@ inline unsigned int logThreadId() {
   return static_cast<unsigned int>(pthread_self());
 }
 
+// Whether trace lines go anywhere: without a logger they are not even put together.
+inline bool isTraceLogged() {
+  return PfLogPrintf != nullptr;
+}
+
 // Only its format check is used: never called.
 void checkLogFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
@@ -35,6 +40,9 @@ void checkLogFormat(const char* format, ...) __attribute__((format(printf, 1, 2)
 template <typename... Arguments>
 void logLine(unsigned int level, const char* file, int line, const char* function, const char* prefixedFormat,
              const char* /*format*/, Arguments... arguments) {
+  if (level == kPfLogLevelTrace && !isTraceLogged()) {
+    return;
+  }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
   const auto print = PfLogPrintf != nullptr ? PfLogPrintf : fallbackPfLogPrintf;

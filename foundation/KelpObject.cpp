@@ -24,6 +24,9 @@ void KelpObject::setObjectType(ObjectType type) {
 }
 
 bool KelpObject::isObjectExist(const KelpObject* object) {
+  if (!isTraceLogged()) {
+    return ObjectRegistry::getInstance().contains(object);
+  }
   ObjectType type;
   if (ObjectRegistry::getInstance().find(object, type)) {
     KELP_LOG_TRACE_AT(82, "This object (%p) Exist! (ObjectType=%d)\n", static_cast<const void*>(object), type);

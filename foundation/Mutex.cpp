@@ -3,8 +3,17 @@
 #include <errno.h>
 
 #include "foundation/Diagnostics.h"
+#include "foundation/MutexCalls.h"
 
 namespace Kelp {
+
+void failMutexLock() {
+  KELP_FAIL_AT(67, "false", "void Kelp::Mutex::lock()");
+}
+
+void failMutexUnlock() {
+  KELP_FAIL_AT(80, "false", "void Kelp::Mutex::unlock()");
+}
 
 Mutex::Mutex() {
   pthread_mutexattr_t attributes;
@@ -17,11 +26,11 @@ Mutex::~Mutex() {
 }
 
 void Mutex::lock() {
-  KELP_ASSERT_AT(67, pthread_mutex_lock(&m_mutex) == 0, "false", "void Kelp::Mutex::lock()");
+  lockMutex(m_mutex);
 }
 
 void Mutex::unlock() {
-  KELP_ASSERT_AT(80, pthread_mutex_unlock(&m_mutex) == 0, "false", "void Kelp::Mutex::unlock()");
+  unlockMutex(m_mutex);
 }
 
 bool Mutex::trylock() {
@@ -36,7 +45,7 @@ bool Mutex::trylock() {
 }
 
 Mutex::ScopedLock::ScopedLock(Mutex& mutex) : m_isLocked(true), m_mutex(mutex) {
-  m_mutex.lock();
+  lockMutex(m_mutex.m_mutex);
 }
 
 Mutex::ScopedLock::ScopedLock(Mutex& mutex, bool& isLocked) : m_isLocked(mutex.trylock()), m_mutex(mutex) {
@@ -45,7 +54,7 @@ Mutex::ScopedLock::ScopedLock(Mutex& mutex, bool& isLocked) : m_isLocked(mutex.t
 
 Mutex::ScopedLock::~ScopedLock() {
   if (m_isLocked) {
-    m_mutex.unlock();
+    unlockMutex(m_mutex.m_mutex);
   }
 }
 

@@ -1,121 +1,113 @@
 #include "foundation/ObjectRegistry.h"
 
-#include <stdint.h>
+#include <algorithm>
 
-#include <new>
-#include <utility>
+#include "foundation/MutexCalls.h"
 
 namespace Kelp {
 
-namespace {
+// All three are constant-initialised.
+ObjectRegistry::Node ObjectRegistry::s_initialNodes[kInitialCapacity];
+alignas(64) uint32_t ObjectRegistry::s_initialBuckets[kInitialCapacity];
+ObjectRegistry ObjectRegistry::s_instance;
 
-constexpr unsigned kInitialSlotBits = 8;
-constexpr size_t kMaxSpareNodes = 64;
-
-}  // namespace
-
-ObjectRegistry& ObjectRegistry::getInstance() {
-  alignas(ObjectRegistry) static unsigned char storage[sizeof(ObjectRegistry)];
-  static ObjectRegistry* const instance = new (storage) ObjectRegistry;
-  return *instance;
+// Fibonacci hashing of 512-byte blocks, which spread over the whole table, with the place in the block in the lowest
+// bits: neighbours share a cache line of the table.
+inline uint32_t& ObjectRegistry::bucketOf(const KelpObject* object) {
+  const auto address = reinterpret_cast<uintptr_t>(object);
+  const uint32_t blockHash = static_cast<uint32_t>(address >> 9) * 2654435769U;
+  const uint32_t placeInBlock = static_cast<uint32_t>(address >> 5) & 15;
+  return m_buckets[((blockHash >> 8) ^ placeInBlock) & (m_capacity - 1)];
 }
 
-ObjectRegistry::ObjectRegistry()
-    : m_slots(new Slot[size_t{1} << kInitialSlotBits]()),
-      m_slotMask((size_t{1} << kInitialSlotBits) - 1),
-      m_slotShift(32 - kInitialSlotBits) {}
-
-void ObjectRegistry::add(KelpObject& object) {
-  Mutex::ScopedLock lock(m_mutex);
-  // An address that an object left without its destructor stands for the new object, not for two.
-  if (const Slot& known = m_slots[slotOf(&object)]; known.key != nullptr) {
-    m_objects.splice(m_objects.begin(), m_objects, known.position);
-    return;
+// The link that holds the object's node number or, where it is not registered, the 0 that ends its bucket's chain.
+inline uint32_t* ObjectRegistry::linkTo(const KelpObject* object) {
+  uint32_t* link = &bucketOf(object);
+  while (*link != 0 && m_nodes[*link].object != object) {
+    link = &m_nodes[*link].nextInChain;
   }
-  if (2 * (m_objects.size() + 1) > m_slotMask) {
-    growIndex();
-  }
-  if (m_spareNodes.empty()) {
-    m_objects.push_front(&object);
-  } else {
-    m_objects.splice(m_objects.begin(), m_spareNodes, m_spareNodes.begin());
-    m_objects.front() = &object;
-  }
-  index({&object, m_objects.begin()});
+  return link;
 }
 
-void ObjectRegistry::remove(const KelpObject& object) {
-  Mutex::ScopedLock lock(m_mutex);
-  const size_t slot = slotOf(&object);
-  if (m_slots[slot].key == nullptr) {
-    return;
+inline uint32_t ObjectRegistry::takeNode() {
+  const uint32_t number = m_firstFree;
+  if (__builtin_expect(number != 0, 1)) {
+    m_firstFree = m_nodes[number].nextInChain;
+    return number;
   }
-  const ObjectList::iterator position = m_slots[slot].position;
-  if (m_spareNodes.size() < kMaxSpareNodes) {
-    m_spareNodes.splice(m_spareNodes.begin(), m_objects, position);
-  } else {
-    m_objects.erase(position);
+  if (m_usedNodes == m_capacity) {
+    grow();
   }
-  unindex(slot);
+  return m_usedNodes++;
 }
 
-bool ObjectRegistry::find(const KelpObject* object, KelpObject::ObjectType& type) {
-  if (object == nullptr) {
+void ObjectRegistry::add(const KelpObject& object) {
+  const InlineScopedLock lock(m_mutex);
+  const uint32_t number = takeNode();
+  uint32_t& bucket = bucketOf(&object);
+  Node& head = m_nodes[0];
+  m_nodes[number] = {&object, bucket, 0, head.older};
+  m_nodes[head.older].newer = number;
+  head.older = number;
+  bucket = number;
+}
+
+// Takes the node that the link holds out of its chain and out of the list.
+inline void ObjectRegistry::drop(uint32_t& link) {
+  const uint32_t number = link;
+  Node& node = m_nodes[number];
+  link = node.nextInChain;
+  m_nodes[node.newer].older = node.older;
+  m_nodes[node.older].newer = node.newer;
+  node.nextInChain = m_firstFree;
+  m_firstFree = number;
+}
+
+void ObjectRegistry::remove(const KelpObject& object) noexcept {
+  const InlineScopedLock lock(m_mutex);
+  // An address is there more than once after an object has left it without its destructor.
+  uint32_t* link = &bucketOf(&object);
+  while (*link != 0) {
+    if (m_nodes[*link].object == &object) {
+      drop(*link);
+    } else {
+      link = &m_nodes[*link].nextInChain;
+    }
+  }
+}
+
+bool ObjectRegistry::find(const KelpObject* object, KelpObject::ObjectType& type) noexcept {
+  const InlineScopedLock lock(m_mutex);
+  if (*linkTo(object) == 0) {
     return false;
   }
-  Mutex::ScopedLock lock(m_mutex);
-  const Slot& slot = m_slots[slotOf(object)];
-  if (slot.key == nullptr) {
-    return false;
-  }
-  type = (*slot.position)->m_objectType;
+  type = object->m_objectType;
   return true;
 }
 
-bool ObjectRegistry::contains(const KelpObject* object) {
-  KelpObject::ObjectType type;
-  return find(object, type);
+bool ObjectRegistry::contains(const KelpObject* object) noexcept {
+  const InlineScopedLock lock(m_mutex);
+  return *linkTo(object) != 0;
 }
 
-// Fibonacci hashing: neighbouring addresses spread over the whole table.
-size_t ObjectRegistry::homeOf(const KelpObject* object) const {
-  const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(object) >> 2);
-  return static_cast<uint32_t>(address * 2654435769U) >> m_slotShift;
-}
-
-// The slot that holds the object or, where it is not registered, the empty slot that it would take.
-size_t ObjectRegistry::slotOf(const KelpObject* object) const {
-  size_t slot = homeOf(object);
-  while (m_slots[slot].key != nullptr && m_slots[slot].key != object) {
-    slot = (slot + 1) & m_slotMask;
+// Doubles the table. All nodes hold objects: they are entered again from the oldest to the newest, as they came.
+void ObjectRegistry::grow() {
+  Node* const formerNodes = m_nodes;
+  uint32_t* const formerBuckets = m_buckets;
+  auto* const nodes = new Node[size_t{2} * m_capacity];
+  auto* const buckets = new uint32_t[size_t{2} * m_capacity]();
+  std::copy_n(formerNodes, m_capacity, nodes);
+  m_nodes = nodes;
+  m_buckets = buckets;
+  m_capacity *= 2;
+  for (uint32_t number = nodes[0].newer; number != 0; number = nodes[number].newer) {
+    uint32_t& bucket = bucketOf(nodes[number].object);
+    nodes[number].nextInChain = bucket;
+    bucket = number;
   }
-  return slot;
-}
-
-void ObjectRegistry::index(const Slot& entry) {
-  m_slots[slotOf(entry.key)] = entry;
-}
-
-// Empties a slot and moves up those behind it that would no longer be found past the gap.
-void ObjectRegistry::unindex(size_t slot) {
-  size_t gap = slot;
-  for (size_t next = (gap + 1) & m_slotMask; m_slots[next].key != nullptr; next = (next + 1) & m_slotMask) {
-    const size_t distanceFromHome = (next - homeOf(m_slots[next].key)) & m_slotMask;
-    if (distanceFromHome >= ((next - gap) & m_slotMask)) {
-      m_slots[gap] = m_slots[next];
-      gap = next;
-    }
-  }
-  m_slots[gap].key = nullptr;
-}
-
-void ObjectRegistry::growIndex() {
-  const size_t slotCount = 2 * (m_slotMask + 1);
-  m_slots.reset(new Slot[slotCount]());
-  m_slotMask = slotCount - 1;
-  --m_slotShift;
-  for (ObjectList::iterator position = m_objects.begin(); position != m_objects.end(); ++position) {
-    index({*position, position});
+  if (formerNodes != s_initialNodes) {
+    delete[] formerNodes;
+    delete[] formerBuckets;
   }
 }
 

@@ -1,55 +1,62 @@
 // The live objects of the process, newest first, with an index that finds one in constant time.
 //
-// The registry is built on first use and never destroyed: objects that a host's static constructors build, or its
-// static destructors destroy, find it there.
+// The index is a hash table whose chains are newest first too, so that an object that comes and goes is found at once
+// however many others live; its node is used again, so that it costs no allocation and little more than the lock.
+// The registry is there before any constructor runs and is never destroyed: objects that a host's static constructors
+// build, or its static destructors destroy, find it.
 #ifndef KELP_FOUNDATION_OBJECT_REGISTRY_H
 #define KELP_FOUNDATION_OBJECT_REGISTRY_H
 
+#include <pthread.h>
 #include <stddef.h>
-
-#include <list>
-#include <memory>
+#include <stdint.h>
 
 #include "KelpObject.h"
-#include "Mutex.h"
 
 namespace Kelp {
 
 // Threads: every operation can be called on any thread.
-class ObjectRegistry {
+class alignas(64) ObjectRegistry {
  public:
-  static ObjectRegistry& getInstance();
+  static ObjectRegistry& getInstance() { return s_instance; }
 
-  void add(KelpObject& object);
-  void remove(const KelpObject& object);
+  void add(const KelpObject& object);
+  void remove(const KelpObject& object) noexcept;
 
   // Stores the live object's type number. Returns false when no object lives at `object`. Logs nothing.
-  bool find(const KelpObject* object, KelpObject::ObjectType& type);
-  bool contains(const KelpObject* object);
+  bool find(const KelpObject* object, KelpObject::ObjectType& type) noexcept;
+  bool contains(const KelpObject* object) noexcept;
 
  private:
-  using ObjectList = std::list<KelpObject*>;
-
-  // A slot of the index, an open-addressed hash table; a null key marks an empty slot.
-  struct Slot {
-    const KelpObject* key;
-    ObjectList::iterator position;
+  // An entry of the list, also in its bucket's chain while it holds an object and in the chain of free nodes while not.
+  // Links are node numbers. Node 0 holds no object: it joins both ends of the list, and ends every chain.
+  struct Node {
+    const KelpObject* object;
+    uint32_t nextInChain;
+    uint32_t newer;
+    uint32_t older;
   };
 
-  ObjectRegistry();
+  static constexpr uint32_t kInitialCapacity = 256;
 
-  size_t homeOf(const KelpObject* object) const;
-  size_t slotOf(const KelpObject* object) const;
-  void index(const Slot& entry);
-  void unindex(size_t slot);
-  void growIndex();
+  constexpr ObjectRegistry() = default;
 
-  Mutex m_mutex;  // guards all below
-  ObjectList m_objects;
-  ObjectList m_spareNodes;  // nodes of former entries: most objects live briefly, and the allocator is slower than this
-  std::unique_ptr<Slot[]> m_slots;
-  size_t m_slotMask;     // the number of slots, a power of two, less one
-  unsigned m_slotShift;  // how far a 32-bit hash is shifted down to a slot number
+  uint32_t& bucketOf(const KelpObject* object);
+  uint32_t* linkTo(const KelpObject* object);
+  uint32_t takeNode();
+  void drop(uint32_t& link);
+  void grow();
+
+  static Node s_initialNodes[kInitialCapacity];
+  static uint32_t s_initialBuckets[kInitialCapacity];
+  static ObjectRegistry s_instance;
+
+  pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;  // guards all below; on one cache line with most of it
+  Node* m_nodes = s_initialNodes;
+  uint32_t* m_buckets = s_initialBuckets;  // each the newest node of its chain
+  uint32_t m_firstFree = 0;                // of the nodes that held an object before
+  uint32_t m_capacity = kInitialCapacity;  // the number of nodes and of buckets: a power of two
+  uint32_t m_usedNodes = 1;                // nodes from here on have held none yet
 };
 
 }  // namespace Kelp

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
+#include <thread>
 #include <vector>
 
 #include "foundation/ObjectRegistry.h"
@@ -58,6 +60,70 @@ TEST(ObjectRegistryTest, KeepsEveryOtherObjectWhenOneLeaves) {
     }
   }
   EXPECT_EQ(wrongAnswers, 0U);
+}
+
+// Places side by side, a block of the hash apart and a page apart.
+TEST(ObjectRegistryTest, KnowsExactlyTheLivingObjectsWhileTheyComeAndGo) {
+  constexpr size_t kPlaces = 2000;
+  std::mt19937 random(20240229);
+  size_t wrongAnswers = 0;
+  for (const size_t stride : {sizeof(KelpObject), size_t{512}, size_t{4096}}) {
+    const auto memory = std::make_unique<unsigned char[]>(kPlaces * stride);
+    std::vector<KelpObject*> objects(kPlaces, nullptr);
+    for (int step = 0; step < 20000; ++step) {
+      const size_t place = random() % kPlaces;
+      if (objects[place] == nullptr) {
+        objects[place] = new (memory.get() + place * stride) KelpObject;
+      } else {
+        objects[place]->~KelpObject();
+        objects[place] = nullptr;
+      }
+    }
+    for (size_t place = 0; place < kPlaces; ++place) {
+      const auto* address = reinterpret_cast<const KelpObject*>(memory.get() + place * stride);
+      wrongAnswers += ObjectRegistry::getInstance().contains(address) == (objects[place] != nullptr) ? 0U : 1U;
+      if (objects[place] != nullptr) {
+        objects[place]->~KelpObject();
+      }
+      wrongAnswers += ObjectRegistry::getInstance().contains(address) ? 1U : 0U;
+    }
+  }
+  EXPECT_EQ(wrongAnswers, 0U);
+}
+
+TEST(ObjectRegistryTest, OneRemovalForgetsAnAddressThatWasEnteredTwice) {
+  alignas(KelpObject) unsigned char memory[sizeof(KelpObject)];
+  new (memory) KelpObject;
+  auto* object = new (memory) KelpObject;
+  object->~KelpObject();
+  EXPECT_FALSE(ObjectRegistry::getInstance().contains(object));
+}
+
+TEST(ObjectRegistryTest, RemovingWhatIsNotThereChangesNothing) {
+  const Typed object;
+  const Typed neighbour;
+  ObjectRegistry::getInstance().remove(object);
+  ObjectRegistry::getInstance().remove(object);
+  EXPECT_FALSE(ObjectRegistry::getInstance().contains(&object));
+  EXPECT_TRUE(ObjectRegistry::getInstance().contains(&neighbour));
+}
+
+TEST(ObjectRegistryTest, ThreadsBuildDestroyAndAskAtOnce) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int round = 0; round < 20; ++round) {
+        std::vector<std::unique_ptr<Typed>> objects(100);
+        for (auto& object : objects) {
+          object = std::make_unique<Typed>();
+          EXPECT_TRUE(ObjectRegistry::getInstance().contains(object.get()));
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
 }
 
 }  // namespace

@@ -1,0 +1,47 @@
+// Measures Kelp beside its floor and prints the result as a row of a Markdown table.
+//
+// A side is measured in rounds that alternate with the other side's, after one of each that does not count, so that
+// what disturbs the machine disturbs both. The figures are the medians of the rounds.
+#ifndef KELP_BENCH_SUPPORT_COMPARISON_H
+#define KELP_BENCH_SUPPORT_COMPARISON_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace KelpBench {
+
+// Measures one round and returns its figure: nanoseconds for each item, or bytes a second.
+using Side = std::function<double()>;
+
+enum class Figure { Nanoseconds, BytesPerSecond };
+
+// What Kelp divided by the floor has to be.
+struct Goal {
+  enum class Bound { AtMost, AtLeast };
+  Bound bound;
+  double ratio;
+};
+
+constexpr Goal atMost(double ratio) {
+  return {Goal::Bound::AtMost, ratio};
+}
+constexpr Goal atLeast(double ratio) {
+  return {Goal::Bound::AtLeast, ratio};
+}
+
+// Prints the row; returns Kelp's figure.
+double compare(const std::string& name, Figure figure, Goal goal, const Side& kelp, const Side& floor);
+
+// Prints a row that compares figures that were measured before. `floorName` says what stands in the floor's column
+// where that is no floor.
+void report(const std::string& name, Figure figure, Goal goal, double kelp, double floor);
+
+double median(std::vector<double> values);
+
+// Ends the program when a call that the measurement stands on has failed.
+void require(bool condition, const char* what);
+
+}  // namespace KelpBench
+
+#endif  // KELP_BENCH_SUPPORT_COMPARISON_H
