@@ -1,0 +1,24 @@
+#!/bin/bash
+# Each public header compiles alone, twice in one file, without a warning, and without bringing json-c in.
+#   header-test.sh COMPILER INCLUDE_DIRECTORY
+set -euo pipefail
+compiler=$1 include=$2
+
+command -v "$compiler" >/dev/null || { echo "skipped: needs $compiler"; exit 77; }
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+failures=0
+for header in "$include"/*.h; do
+  name=$(basename "$header")
+  printf '#include "%s"\n#include "%s"\n' "$name" "$name" >"$work/alone.cpp"
+  if ! "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -I"$include" -c -o "$work/alone.o" \
+    -MD -MF "$work/alone.d" "$work/alone.cpp"; then
+    echo "FAILED: $name does not compile alone"
+    failures=$((failures + 1))
+  elif grep -i 'json[-_]c\|json_' "$work/alone.d"; then
+    echo "FAILED: $name includes json-c's header"
+    failures=$((failures + 1))
+  fi
+done
+exit $((failures > 0))

@@ -1,0 +1,61 @@
+"""Lists the link names of the public operations in the namespace Kelp.
+
+Reads the declarations as Clang dumps them in JSON from standard input. An operation is a member function that is public,
+or protected for derived classes, of a class that can be reached from outside; what the compiler makes itself, what is
+deleted, abstract or a template is none. A constructor and a destructor are listed by their complete-object names.
+"""
+import json
+import sys
+
+CLASSES = ("CXXRecordDecl",)
+FUNCTIONS = ("CXXMethodDecl", "CXXConstructorDecl", "CXXDestructorDecl", "CXXConversionDecl")
+
+
+def link_name(node):
+    return node.get("mangledName")
+
+
+def is_operation(node):
+    return not (node.get("isImplicit") or node.get("explicitlyDeleted") or node.get("pure")) and link_name(node)
+
+
+def list_class(node):
+    if not node.get("completeDefinition"):
+        return
+    access = "public" if node.get("tagUsed") != "class" else "private"
+    for member in node.get("inner", []):
+        kind = member.get("kind")
+        if kind == "AccessSpecDecl":
+            access = member["access"]
+        elif access == "private":
+            continue
+        elif kind in CLASSES:
+            list_class(member)
+        elif kind in FUNCTIONS and is_operation(member):
+            print(link_name(member))
+
+
+def list_scope(node):
+    for member in node.get("inner", []):
+        kind = member.get("kind")
+        if kind == "NamespaceDecl":
+            list_scope(member)
+        elif kind in CLASSES:
+            list_class(member)
+        elif kind == "FunctionDecl" and is_operation(member):
+            print(link_name(member))
+
+
+def documents(text):
+    decoder = json.JSONDecoder()
+    position = 0
+    while True:
+        position = text.find("\n{", position) if position or not text.startswith("{") else 0
+        if position == -1:
+            return
+        document, position = decoder.raw_decode(text, position + (text[position] == "\n"))
+        yield document
+
+
+for document in documents(sys.stdin.read()):
+    list_scope(document if document.get("kind") == "NamespaceDecl" else {"inner": [document]})

@@ -1,0 +1,68 @@
+#!/bin/bash
+# What the shared library exports, imports and is called.
+#   symbol-test.sh CHECK LIBRARY [ARCHIVE | INCLUDE_DIRECTORY]
+set -euo pipefail
+check=$1 library=$2 other=${3-}
+here=$(cd "$(dirname "$0")" && pwd)
+
+fail() { echo "FAILED: $*"; exit 1; }
+skip() { echo "skipped: needs $*"; exit 77; }
+needed() { readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'; }
+exported() { nm -D --defined-only --format=posix "$library" | cut -d' ' -f1; }
+
+exports_namespace_kelp_only() {
+  local freeFunctions='KelpDebug(CreateLogDir|GenerateLogFile|RemoveLogFile)(\(|$)'
+  local others
+  [[ $(exported | wc -l) -gt 10 ]] || fail "nearly nothing is exported"
+  others=$(exported | c++filt | grep -vE "^((vtable|typeinfo|typeinfo name) for |(non-)?virtual thunk to )?Kelp::" |
+    grep -vE "^$freeFunctions" || true)
+  [[ -z $others ]] || fail "exported, but outside the namespace Kelp:"$'\n'"$others"
+}
+
+exports_public_classes_only() {
+  local classes class
+  classes=$(exported | c++filt | sed -nE 's/^(.* (for|to) )?Kelp::([A-Za-z0-9_]+).*/\3/p' | sort -u)
+  for class in $classes; do
+    grep -qE "KELP_EXPORT (.* )?$class\b" "$other"/*.h || fail "Kelp::$class is exported, but no public header declares it"
+  done
+}
+
+exports_every_public_operation() {
+  command -v clang++ >/dev/null || skip "clang++, which lists the operations"
+  command -v python3 >/dev/null || skip "python3, which reads the list"
+  local operations missing
+  operations=$(for header in "$other"/*.h; do echo "#include \"$(basename "$header")\""; done |
+    clang++ -std=c++17 -I"$other" -fsyntax-only -Xclang -ast-dump=json -Xclang -ast-dump-filter=Kelp -x c++ - |
+    python3 "$here/public-operations.py" | sort -u)
+  echo "$(wc -l <<<"$operations") public operations"
+  [[ $(wc -l <<<"$operations") -gt 10 ]] || fail "the headers name nearly no operation"
+  missing=$(comm -23 <(echo "$operations") <(exported | sort -u) | c++filt)
+  [[ -z $missing ]] || fail "public, but not exported:"$'\n'"$missing"
+}
+
+imports_the_logger_weakly() {
+  nm -D "$library" | grep -E '^ +w PfLogPrintf$' || fail "no weak undefined PfLogPrintf in $library"
+  ! nm --defined-only "$other" 2>/dev/null | grep -w PfLogPrintf || fail "$other defines PfLogPrintf"
+  nm "$other" 2>/dev/null | grep -E '^ +w PfLogPrintf$' || fail "no weak undefined PfLogPrintf in $other"
+  ! nm "$other" 2>/dev/null | grep -E '^ +U PfLogPrintf$' || fail "an object of $other refers to PfLogPrintf strongly"
+}
+
+needs_no_json_c() {
+  ! needed | grep json || fail "the shared library needs json-c"
+  nm -D "$library" | grep ' U json_object_' || fail "the library uses no json-c: this check checks nothing"
+}
+
+needs_the_compilers_own_libraries_only() {
+  local others
+  others=$(needed | grep -vE '^(libc|libm|libstdc\+\+|libgcc_s|libpthread|libatomic|ld-linux[^.]*)\.so' || true)
+  [[ -z $others ]] || fail "the shared library needs $others"
+}
+
+has_a_soname() {
+  local soname
+  soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+  [[ $soname =~ ^libkelp\.so\.[0-9]+$ ]] || fail "soname: $soname"
+  [[ $(basename "$(readlink -f "$(dirname "$library")/$soname")") == "$soname".* ]] || fail "no link from $soname"
+}
+
+"$check"
