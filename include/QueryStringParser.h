@@ -70,6 +70,7 @@ class KELP_EXPORT QueryStringParser : public RpcParser {
 
  private:
   void parseMembers();
+  void growTable(long parsedSize);
 
   static const char* const s_queryStringCode;  // the characters that stand for themselves
 

@@ -106,8 +106,10 @@ const char* nameRunEnd(const char* cursor, const char* end) {
   return std::find_if(cursor, end, endsNameRun);
 }
 
-// Copies the plain characters at `cursor` as far as a word can be taken at once.
-void copyPlainWords(const char*& cursor, const char* end, char*& out) {
+// Copies the plain characters at `cursor`, of which there is one at least: all of them, but for those that look special
+// at first sight, in words as long as the input has whole words left.
+void copyPlain(const char*& cursor, const char* end, char*& out) {
+  *out++ = *cursor++;
   while (distance(cursor, end) >= kWord) {
     const std::uint64_t word = loadWord(cursor);
     const std::uint64_t marks = specialBytes(word);
@@ -126,17 +128,13 @@ void copyPlainWords(const char*& cursor, const char* end, char*& out) {
   }
 }
 
-}  // namespace
-
-char unescape(char first, char second) {
-  const int high = digitOf(first);
-  const int low = digitOf(second);
-  if (high >= 0) {
-    return static_cast<char>(low >= 0 ? high * 16 + low : high);
+// What sscanf's "%02X" makes of two characters that are not both digits: it takes a first digit alone, and passes a
+// blank or a sign before a second one.
+char unescapeOddPair(char first, char second) {
+  if (digitOf(first) >= 0) {
+    return static_cast<char>(digitOf(first));
   }
-  if (low < 0) {
-    return '\0';
-  }
+  const int low = std::max(digitOf(second), 0);
   switch (first) {
     case ' ':
     case '\t':
@@ -153,54 +151,76 @@ char unescape(char first, char second) {
   }
 }
 
+char unescape(char first, char second) {
+  const int high = digitOf(first);
+  const int low = digitOf(second);
+  return (high | low) >= 0 ? static_cast<char>(high * 16 + low) : unescapeOddPair(first, second);
+}
+
+// Where the input ends inside an escape, the escape ends too.
+char decodeEscape(const char*& cursor, const char* end) {
+  const std::size_t left = distance(cursor, end);
+  if (left < kEscape) {
+    const char first = left > 1 ? cursor[1] : '\0';
+    cursor = end;
+    return unescape(first, '\0');
+  }
+  const char* const escape = cursor;
+  cursor += kEscape;
+  return unescape(escape[1], escape[2]);
+}
+
+}  // namespace
+
 char decodeCharacter(const char*& cursor, const char* end) {
   switch (*cursor) {
     case '+':
       ++cursor;
       return ' ';
-    case '%': {
-      const std::size_t left = distance(cursor, end);
-      const char decoded = unescape(left > 1 ? cursor[1] : '\0', left > 2 ? cursor[2] : '\0');
-      cursor += std::min(left, kEscape);
-      return decoded;
-    }
+    case '%':
+      return decodeEscape(cursor, end);
     default:
       return *cursor++;
   }
 }
 
-std::string decodeName(const char*& cursor, const char* end) {
+void decodeName(const char*& cursor, const char* end, std::string& name) {
   const char* run = cursor;
   cursor = nameRunEnd(cursor, end);
-  std::string name(run, cursor);
+  name.assign(run, distance(run, cursor));
   while (cursor != end) {
     const char decoded = decodeCharacter(cursor, end);
     if (decoded == '=') {
-      break;
+      return;
     }
     name += decoded;
     run = cursor;
     cursor = nameRunEnd(cursor, end);
-    name.append(run, cursor);
+    name.append(run, distance(run, cursor));
   }
-  return name;
 }
 
 void decodeValue(const char*& cursor, const char* end, char*& out) {
   while (cursor != end) {
-    copyPlainWords(cursor, end, out);
-    if (cursor == end) {
-      return;
-    }
     switch (kindOf(*cursor)) {
+      case Kind_Plain:
+        copyPlain(cursor, end, out);
+        break;
       case Kind_ValueEnd:
         ++cursor;
         return;
       case Kind_LineEnd:
         ++cursor;
         break;
-      default:
-        *out++ = decodeCharacter(cursor, end);
+      case Kind_Escape:
+        do {
+          *out++ = decodeEscape(cursor, end);
+        } while (cursor != end && *cursor == '%');
+        break;
+      case Kind_Blank:
+        ++cursor;
+        *out++ = ' ';
+        break;
     }
   }
 }

@@ -6,14 +6,12 @@
 
 namespace Kelp {
 
-// The byte of an escape's two characters, as sscanf's "%02X" scans them. NUL stands for one that the input lacks.
-char unescape(char first, char second);
-
-// Decodes the character at `cursor` and passes it. REQUIRES: cursor != end.
+// Decodes the character at `cursor` and passes it. An escape's two characters give what sscanf's "%02X" makes of them;
+// NUL stands for one that the input lacks. REQUIRES: cursor != end.
 char decodeCharacter(const char*& cursor, const char* end);
 
-// Passes a name and the '=' behind it. REQUIRES: cursor != end.
-std::string decodeName(const char*& cursor, const char* end);
+// Passes a name, which goes to `name`, and the '=' behind it. REQUIRES: cursor != end.
+void decodeName(const char*& cursor, const char* end, std::string& name);
 
 // Passes a value and the '&' behind it, and puts what it decodes to at `out`, which moves to the end of that. `out` may
 // be anywhere before `cursor`, or at it, in the same memory.

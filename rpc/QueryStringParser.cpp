@@ -1,5 +1,9 @@
 #include "QueryStringParser.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
 #include "foundation/Diagnostics.h"
 #include "rpc/MemberData.h"
 #include "rpc/MemberLookup.h"
@@ -8,6 +12,13 @@
 #include "rpc/RequestMapping.h"
 
 namespace Kelp {
+
+namespace {
+
+constexpr std::size_t kFirstMembers = 16;
+constexpr std::size_t kMostGrowth = 16;
+
+}  // namespace
 
 const char* const QueryStringParser::s_queryStringCode =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~&";
@@ -123,11 +134,30 @@ void QueryStringParser::parseMembers() {
   const char* const end = m_pBuffer + m_size;
   char* out = m_pBuffer;
   while (cursor != end) {
-    std::string name = decodeName(cursor, end);
-    const char* const value = out;
+    growTable(cursor - m_pBuffer);
+    MemberTable_t& member = m_memberTable.emplace_back();
+    decodeName(cursor, end, member.name);
+    char* const value = out;
     decodeValue(cursor, end, out);
-    m_memberTable.push_back({std::move(name), value - m_pBuffer, static_cast<unsigned int>(out - value)});
+    member.offset = value - m_pBuffer;
+    member.size = static_cast<unsigned int>(out - value);
   }
+}
+
+// Makes room for a member. Where the table is full, the share of the input that its members took tells how many there
+// will be: a large request's table is then moved a few times only. The growth is limited, should the rest be different.
+void QueryStringParser::growTable(long parsedSize) {
+  const std::size_t count = m_memberTable.size();
+  if (count < m_memberTable.capacity()) {
+    return;
+  }
+  if (count == 0) {
+    m_memberTable.reserve(kFirstMembers);
+    return;
+  }
+  const auto expected =
+      static_cast<std::size_t>(std::uint64_t{count} * m_size / static_cast<std::uint64_t>(parsedSize));
+  m_memberTable.reserve(std::clamp(expected + expected / 16, 2 * count, kMostGrowth * count));
 }
 
 }  // namespace Kelp

@@ -9,6 +9,12 @@
 
 namespace Kelp {
 
+namespace {
+
+constexpr long long kMostPopulated = 64 * 1024;  // bytes
+
+}  // namespace
+
 bool mapRequest(FileOperator& file, char*& buffer, unsigned int& size) {
   buffer = nullptr;
   size = 0;
@@ -22,9 +28,11 @@ bool mapRequest(FileOperator& file, char*& buffer, unsigned int& size) {
   if (fileSize > std::numeric_limits<unsigned int>::max()) {
     return false;
   }
-  // Decoding writes to nearly every page: having all of them copied at once is cheaper than a fault for each.
+  // Decoding writes to the pages at the front. Where these are nearly all, having the pages copied at once is cheaper
+  // than a fault for each; the more escapes a large request has, the more of it is only read.
+  const int populate = fileSize <= kMostPopulated ? MAP_POPULATE : 0;
   void* const start =
-      mmap(nullptr, static_cast<size_t>(fileSize), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_POPULATE, file.getFd(), 0);
+      mmap(nullptr, static_cast<size_t>(fileSize), PROT_READ | PROT_WRITE, MAP_PRIVATE | populate, file.getFd(), 0);
   if (start == MAP_FAILED) {
     return false;
   }
