@@ -65,8 +65,9 @@ class KELP_EXPORT JsonSerializer : public RpcSerializer {
   void add(const std::string& name, json_object* value);
   void addText(const std::string& name, const char* text);
   void open(const std::string& name, json_object* container, int32_t kind);
-  CommonReturnCode_t close(int32_t kind);
-  CommonReturnCode_t addBase64(const std::string& name, const unsigned char* data, unsigned int size);
+  bool isInnermost(int32_t kind) const;
+  void close();
+  bool addBase64(const std::string& name, const void* data, unsigned int size);
 
   FILE* m_fpo;                            // null once the response is written
   std::vector<int32_t> m_containerKinds;  // one per open container, the root first

@@ -57,7 +57,12 @@ CommonReturnCode_t JsonSerializer::beginArray(const std::string& name) {
 }
 
 CommonReturnCode_t JsonSerializer::endArray() {
-  return close(kKindArray);
+  if (!isInnermost(kKindArray)) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  KELP_ASSERT(1 < m_jsonObj.size(), "1 < m_jsonObj.size()");
+  close();
+  return CommonReturnCode_Ok;
 }
 
 CommonReturnCode_t JsonSerializer::beginStruct(const std::string& name) {
@@ -66,7 +71,12 @@ CommonReturnCode_t JsonSerializer::beginStruct(const std::string& name) {
 }
 
 CommonReturnCode_t JsonSerializer::endStruct() {
-  return close(kKindStruct);
+  if (!isInnermost(kKindStruct)) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  KELP_ASSERT(1 < m_jsonObj.size(), "1 < m_jsonObj.size()");
+  close();
+  return CommonReturnCode_Ok;
 }
 
 CommonReturnCode_t JsonSerializer::putDecimal(const std::string& name, int& value) {
@@ -115,11 +125,19 @@ CommonReturnCode_t JsonSerializer::putBinaryData(const std::string& name, const 
     KELP_LOG_ERROR("###ERROR###");
     return CommonReturnCode_IoError;
   }
-  return addBase64(name, static_cast<const unsigned char*>(data.get()), static_cast<unsigned int>(size));
+  if (!addBase64(name, data.get(), static_cast<unsigned int>(size))) {
+    KELP_LOG_ERROR("###ERROR###");
+    return CommonReturnCode_InvalidParameter;
+  }
+  return CommonReturnCode_Ok;
 }
 
 CommonReturnCode_t JsonSerializer::putBinaryData(const std::string& name, void* data, unsigned int& size) {
-  return addBase64(name, static_cast<const unsigned char*>(data), size);
+  if (!addBase64(name, data, size)) {
+    KELP_LOG_ERROR("###ERROR###");
+    return CommonReturnCode_InvalidParameter;
+  }
+  return CommonReturnCode_Ok;
 }
 
 CommonReturnCode_t JsonSerializer::doSerialize() {
@@ -166,28 +184,27 @@ void JsonSerializer::open(const std::string& name, json_object* container, int32
   m_containerKinds.push_back(kind);
 }
 
-CommonReturnCode_t JsonSerializer::close(int32_t kind) {
-  if (m_containerKinds.empty() || m_containerKinds.back() != kind) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  KELP_ASSERT(1 < m_jsonObj.size(), "1 < m_jsonObj.size()");
-  m_jsonObj.pop_back();
-  m_containerKinds.pop_back();
-  return CommonReturnCode_Ok;
+bool JsonSerializer::isInnermost(int32_t kind) const {
+  return !m_containerKinds.empty() && m_containerKinds.back() == kind;
 }
 
-CommonReturnCode_t JsonSerializer::addBase64(const std::string& name, const unsigned char* data, unsigned int size) {
+void JsonSerializer::close() {
+  m_jsonObj.pop_back();
+  m_containerKinds.pop_back();
+}
+
+bool JsonSerializer::addBase64(const std::string& name, const void* data, unsigned int size) {
   Base64EncDec base64;
   const unsigned int maxLength = base64.encodeSize(size);
   const MallocedText text(static_cast<unsigned char*>(::malloc(size_t{maxLength} + 1)), ::free);
   unsigned int length = 0;
-  if (base64.putBase64(data, size, text.get(), maxLength, length) != CommonReturnCode_Ok) {
-    KELP_LOG_ERROR("###ERROR###");
-    return CommonReturnCode_InvalidParameter;
+  const auto* const bytes = static_cast<const unsigned char*>(data);
+  if (base64.putBase64(bytes, size, text.get(), maxLength, length) != CommonReturnCode_Ok) {
+    return false;
   }
   text.get()[length] = '\0';
   addText(name, reinterpret_cast<const char*>(text.get()));
-  return CommonReturnCode_Ok;
+  return true;
 }
 
 }  // namespace Kelp
