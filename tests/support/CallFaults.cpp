@@ -176,6 +176,13 @@ extern "C" mode_t __wrap_umask(mode_t mode) {
   return __real_umask(mode);
 }
 
+extern "C" void __real_free(void* block);
+extern "C" void __wrap_free(void* block);
+extern "C" void __wrap_free(void* block) {
+  takeFault(Call::Free);
+  __real_free(block);
+}
+
 extern "C" void __real_sync();
 extern "C" void __wrap_sync();
 extern "C" void __wrap_sync() {

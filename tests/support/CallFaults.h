@@ -23,6 +23,7 @@ namespace KelpTest {
   X(Fcntl, fcntl)                        \
   X(Fopen, fopen)                        \
   X(Fputs, fputs)                        \
+  X(Free, free)                          \
   X(Fstat, fstat)                        \
   X(Fwrite, fwrite)                      \
   X(Gettimeofday, gettimeofday)          \
@@ -58,7 +59,7 @@ enum class Call {
 };
 
 // While it lives: `skip` calls go through, the next `times` fail with errno `error` (a pthread call returns it; a call
-// that has no failure, like umask and sync, is only counted), all later ones go through. The result of a failing call
+// that has no failure, like umask and free, is only counted), all later ones go through. The result of a failing call
 // is the one that the C library documents: -1, null, MAP_FAILED, EOF or, for fwrite, 0. One fault per call at a time.
 class CallFault {
  public:
