@@ -1,0 +1,32 @@
+// The application of the examples. The core starts it: application NAME INSTALL_ID EXEC_ID
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/prctl.h>
+
+#include "IpcAddressApp.h"
+#include "TimerService.h"
+#include "application/ClockApplication.h"
+#include "common/Note.h"
+#include "common/StaleFifo.h"
+
+int main(int argc, char** argv) {
+  if (argc != 4) {
+    fprintf(stderr, "usage: %s NAME INSTALL_ID EXEC_ID\n", argv[0]);
+    return EXIT_FAILURE;
+  }
+  signal(SIGPIPE, SIG_IGN);
+  prctl(PR_SET_PDEATHSIG, SIGTERM);  // a core that crashes takes its applications along, as a container's end would
+  const Kelp::IpcAddressApp address(atoi(argv[2]), atoi(argv[3]));
+  if (!KelpExample::clearFifoPath(address.getFifoFilePath())) {
+    KelpExample::note("%s is in use", address.getFifoFilePath().c_str());
+    return EXIT_FAILURE;
+  }
+  Kelp::TimerService::createInstance();
+  {
+    KelpExample::ClockApplication application(argv[1], address);
+    application.run();
+  }
+  Kelp::TimerService::destroyInstance();
+  return EXIT_SUCCESS;
+}

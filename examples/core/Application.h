@@ -1,0 +1,47 @@
+// An installed application: its identity, its preferences, and its process while it runs.
+//
+// Threads: the core's loop only.
+#ifndef KELP_EXAMPLES_CORE_APPLICATION_H
+#define KELP_EXAMPLES_CORE_APPLICATION_H
+
+#include <memory>
+#include <string>
+
+#include "KelpReturnCode.h"
+#include "core/ApplicationPreferences.h"
+#include "core/ApplicationProcess.h"
+
+namespace KelpExample {
+
+class Application {
+ public:
+  // `self`: the core's address. Borrowed.
+  Application(const std::string& name, int installId, const Kelp::IpcAddress& self);
+
+  const std::string& getName() const;
+  int getInstallId() const;
+
+  // Returns 0, 13 when it runs already, or 17 when its program cannot be run.
+  Kelp::CommonReturnCode_t start(int execId);
+
+  // Null while the application does not run.
+  ApplicationProcess* process() const;
+
+  // The process has been reaped.
+  void handleEnd(int waitStatus);
+
+  ApplicationPreferences& preferences();
+
+  void describe(Record& record) const;
+
+ private:
+  const std::string m_name;
+  const int m_installId;
+  const Kelp::IpcAddress& m_self;
+  ApplicationPreferences m_preferences;
+  std::unique_ptr<ApplicationProcess> m_process;
+};
+
+}  // namespace KelpExample
+
+#endif  // KELP_EXAMPLES_CORE_APPLICATION_H

@@ -1,0 +1,100 @@
+#include "core/CoreDaemon.h"
+
+#include <signal.h>
+#include <sys/wait.h>
+
+#include "IpcData.h"
+#include "common/Answer.h"
+#include "common/Note.h"
+#include "common/Payload.h"
+
+namespace KelpExample {
+
+CoreDaemon::CoreDaemon()
+    : m_applications(m_address),
+      m_methods(m_applications),
+      m_unexpectedMessages(m_address),
+      m_ipcEventReceiver(m_address),
+      m_signalEventReceiver({SIGTERM, SIGINT, SIGCHLD}, *this) {
+  setHandlers();
+  m_looper.addEventReceiver(m_ipcEventReceiver);
+  m_looper.addEventReceiver(m_signalEventReceiver);
+}
+
+CoreDaemon::~CoreDaemon() {
+  m_looper.removeEventReceiver(m_signalEventReceiver);
+  m_looper.removeEventReceiver(m_ipcEventReceiver);
+}
+
+void CoreDaemon::run() {
+  note("serving %zu applications", m_applications.all().size());
+  m_looper.runEventLoop();
+}
+
+// API clients ask, applications report; whatever else arrives is answered politely.
+void CoreDaemon::setHandlers() {
+  m_ipcEventReceiver.setRequestHandler(Kelp::IpcAddressType_Api, *this);
+  m_ipcEventReceiver.setRequestHandler(Kelp::IpcAddressType_App, m_unexpectedMessages);
+  m_ipcEventReceiver.setRequestHandler(Kelp::IpcAddressType_Core, m_unexpectedMessages);
+  m_ipcEventReceiver.setOneWayRequestHandler(Kelp::IpcAddressType_App, *this);
+  m_ipcEventReceiver.setOneWayRequestHandler(Kelp::IpcAddressType_Api, m_unexpectedMessages);
+  m_ipcEventReceiver.setOneWayRequestHandler(Kelp::IpcAddressType_Core, m_unexpectedMessages);
+}
+
+void CoreDaemon::handleRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataRequest& data, int dataSize,
+                               Kelp::SessionId_t sessionId) {
+  Record request;
+  if (!readPayload(&data, dataSize, clientPidOf(srcIpcAddress), request)) {
+    sendAnswer(srcIpcAddress, m_address, sessionId, Kelp::CommonReturnCode_InvalidProtocol, Record());
+    return;
+  }
+  m_methods.handle(std::make_unique<WebApiCall>(srcIpcAddress, m_address, sessionId, request));
+}
+
+void CoreDaemon::handleOneWayRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataOneWayRequest& data, int dataSize) {
+  const Application* application = m_applications.findByAddress(srcIpcAddress);
+  Record report;
+  if (application == nullptr || !readPayload(&data, dataSize, 0, report)) {
+    m_unexpectedMessages.handleOneWayRequest(srcIpcAddress, data, dataSize);
+    return;
+  }
+  application->process()->takeReport(report);
+}
+
+void CoreDaemon::handleSignal(int number) {
+  if (number == SIGCHLD) {
+    reapApplications();
+  } else {
+    beginShutdown();
+  }
+}
+
+void CoreDaemon::beginShutdown() {
+  note("shutting down");
+  m_isShuttingDown = true;
+  m_methods.beginShutdown();
+  for (const auto& application : m_applications.all()) {
+    if (application->process() != nullptr) {
+      application->process()->stop(nullptr);
+    }
+  }
+  if (!m_applications.isAnyRunning()) {
+    m_looper.exitEventLoop();
+  }
+}
+
+// One SIGCHLD may stand for several children.
+void CoreDaemon::reapApplications() {
+  int waitStatus;
+  for (pid_t pid = waitpid(-1, &waitStatus, WNOHANG); pid > 0; pid = waitpid(-1, &waitStatus, WNOHANG)) {
+    Application* application = m_applications.findByPid(pid);
+    if (application != nullptr) {
+      application->handleEnd(waitStatus);
+    }
+  }
+  if (m_isShuttingDown && !m_applications.isAnyRunning()) {
+    m_looper.exitEventLoop();
+  }
+}
+
+}  // namespace KelpExample

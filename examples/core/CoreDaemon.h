@@ -1,0 +1,50 @@
+// The core daemon: one loop on the core's FIFO and on signals, the applications, and the web API's methods.
+#ifndef KELP_EXAMPLES_CORE_CORE_DAEMON_H
+#define KELP_EXAMPLES_CORE_CORE_DAEMON_H
+
+#include "EventLooperMultiWait.h"
+#include "IpcAddressCore.h"
+#include "IpcEventReceiver.h"
+#include "common/SignalEventReceiver.h"
+#include "common/UnexpectedMessages.h"
+#include "core/ApplicationTable.h"
+#include "core/WebApiMethods.h"
+
+namespace KelpExample {
+
+class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
+                   public Kelp::IpcEventReceiver::OneWayRequestHandler,
+                   public SignalEventReceiver::Observer {
+ public:
+  // The core's FIFO path must be free, and the timer service must exist.
+  CoreDaemon();
+  ~CoreDaemon() override;
+  CoreDaemon(const CoreDaemon&) = delete;
+  CoreDaemon& operator=(const CoreDaemon&) = delete;
+
+  // Returns when SIGTERM or SIGINT has come and all applications have ended.
+  void run();
+
+  void handleRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataRequest& data, int dataSize,
+                     Kelp::SessionId_t sessionId) override;
+  void handleOneWayRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataOneWayRequest& data, int dataSize) override;
+  void handleSignal(int number) override;
+
+ private:
+  void setHandlers();
+  void beginShutdown();
+  void reapApplications();
+
+  const Kelp::IpcAddressCore m_address;
+  Kelp::EventLooperMultiWait m_looper;
+  ApplicationTable m_applications;
+  WebApiMethods m_methods;
+  UnexpectedMessages m_unexpectedMessages;
+  Kelp::IpcEventReceiver m_ipcEventReceiver;  // behind all that its handlers use
+  SignalEventReceiver m_signalEventReceiver;
+  bool m_isShuttingDown = false;
+};
+
+}  // namespace KelpExample
+
+#endif  // KELP_EXAMPLES_CORE_CORE_DAEMON_H

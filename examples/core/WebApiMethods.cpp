@@ -1,0 +1,133 @@
+#include "core/WebApiMethods.h"
+
+#include <map>
+#include <string>
+
+#include "common/WebApi.h"
+
+namespace KelpExample {
+
+WebApiMethods::WebApiMethods(ApplicationTable& applications) : m_applications(applications) {}
+
+void WebApiMethods::handle(CallPtr call) {
+  using Method = void (WebApiMethods::*)(CallPtr);
+  static const std::map<std::string, Method> s_methods = {
+      {"getApplicationList", &WebApiMethods::getApplicationList},
+      {"getPreferences", &WebApiMethods::getPreferences},
+      {"initAllData", &WebApiMethods::initAllData},
+      {"setPreference", &WebApiMethods::setPreference},
+      {"startApplication", &WebApiMethods::startApplication},
+      {"stopApplication", &WebApiMethods::stopApplication},
+  };
+  std::string name;
+  call->request().getString(kMethodName, name);
+  const auto method = s_methods.find(name);
+  if (method == s_methods.end()) {
+    call->answer(Kelp::CommonReturnCode_InvalidMethod);
+    return;
+  }
+  (this->*method->second)(std::move(call));
+}
+
+void WebApiMethods::beginShutdown() {
+  m_isShuttingDown = true;
+}
+
+void WebApiMethods::getApplicationList(CallPtr call) {
+  Record& results = call->results();
+  results.beginArray("applications");
+  for (const auto& application : m_applications.all()) {
+    results.beginStruct("");
+    application->describe(results);
+    results.endStruct();
+  }
+  results.endArray();
+  call->answer(Kelp::CommonReturnCode_Ok);
+}
+
+void WebApiMethods::startApplication(CallPtr call) {
+  Application* application = findInstalled(*call);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidInstallId);
+    return;
+  }
+  if (m_isShuttingDown) {
+    call->answer(Kelp::CommonReturnCode_BadApplicationStatus);
+    return;
+  }
+  const int execId = m_applications.createExecId();
+  call->results().putDecimal(kExecId, execId);
+  call->answer(application->start(execId));
+}
+
+void WebApiMethods::stopApplication(CallPtr call) {
+  int execId = 0;
+  call->request().getNumber(kExecId, execId);
+  Application* application = m_applications.findByExecId(execId);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidExecId);
+    return;
+  }
+  application->process()->stop(std::move(call));
+}
+
+void WebApiMethods::getPreferences(CallPtr call) {
+  Application* application = findInstalled(*call);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidInstallId);
+    return;
+  }
+  if (!application->preferences().isValid()) {
+    call->answer(Kelp::CommonReturnCode_InvalidApplicationPreference);
+    return;
+  }
+  application->preferences().describe(call->results());
+  call->answer(Kelp::CommonReturnCode_Ok);
+}
+
+void WebApiMethods::setPreference(CallPtr call) {
+  Application* application = findInstalled(*call);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidInstallId);
+    return;
+  }
+  std::string name;
+  std::string value;
+  std::string type;
+  const Record& request = call->request();
+  if (!request.getString(kPrefName, name) || !request.getString(kPrefValue, value) ||
+      !request.getString(kPrefType, type)) {
+    call->answer(Kelp::CommonReturnCode_InvalidProtocol);
+    return;
+  }
+  const Kelp::CommonReturnCode_t code = application->preferences().set(name, value, type);
+  if (code == Kelp::CommonReturnCode_Ok && application->process() != nullptr) {
+    application->process()->orderToReadPreferences();
+  }
+  call->results().putString(kPrefName, name);
+  call->answer(code);
+}
+
+// Goes on after a failure: one broken file keeps no other application from its defaults.
+void WebApiMethods::initAllData(CallPtr call) {
+  Kelp::CommonReturnCode_t result = Kelp::CommonReturnCode_Ok;
+  for (const auto& application : m_applications.all()) {
+    const Kelp::CommonReturnCode_t code = application->preferences().setDefaults();
+    if (code != Kelp::CommonReturnCode_Ok) {
+      result = code;
+      continue;
+    }
+    if (application->process() != nullptr) {
+      application->process()->orderToReadPreferences();
+    }
+  }
+  call->answer(result);
+}
+
+Application* WebApiMethods::findInstalled(const WebApiCall& call) const {
+  int installId = 0;
+  call.request().getNumber(kInstallId, installId);
+  return m_applications.findByInstallId(installId);
+}
+
+}  // namespace KelpExample

@@ -1,0 +1,43 @@
+// The methods of the web API, found by name. To add one: a member function, and a line in the table of handle().
+//
+// Threads: the core's loop only. A method whose work takes long must do it elsewhere and keep the call meanwhile.
+#ifndef KELP_EXAMPLES_CORE_WEB_API_METHODS_H
+#define KELP_EXAMPLES_CORE_WEB_API_METHODS_H
+
+#include <memory>
+
+#include "core/ApplicationTable.h"
+#include "core/WebApiCall.h"
+
+namespace KelpExample {
+
+class WebApiMethods {
+ public:
+  using CallPtr = std::unique_ptr<WebApiCall>;
+
+  // `applications`: borrowed.
+  explicit WebApiMethods(ApplicationTable& applications);
+
+  // Runs the method that the request names; "Invalid Method" when there is none.
+  void handle(CallPtr call);
+
+  // From now on no application starts.
+  void beginShutdown();
+
+ private:
+  void getApplicationList(CallPtr call);
+  void startApplication(CallPtr call);
+  void stopApplication(CallPtr call);
+  void getPreferences(CallPtr call);
+  void setPreference(CallPtr call);
+  void initAllData(CallPtr call);
+
+  Application* findInstalled(const WebApiCall& call) const;
+
+  ApplicationTable& m_applications;
+  bool m_isShuttingDown = false;
+};
+
+}  // namespace KelpExample
+
+#endif  // KELP_EXAMPLES_CORE_WEB_API_METHODS_H

@@ -1,0 +1,27 @@
+// The core daemon of the examples. Runs in the foreground until SIGTERM or SIGINT.
+#include <signal.h>
+#include <stdlib.h>
+
+#include "FilePathManager.h"
+#include "TimerService.h"
+#include "common/Note.h"
+#include "common/StaleFifo.h"
+#include "core/CoreDaemon.h"
+
+int main() {
+  // A client that dies before its answer is written must not take the core along; ignoring the signal once is cheaper
+  // than having each send look after it.
+  signal(SIGPIPE, SIG_IGN);
+  if (!KelpExample::clearFifoPath(Kelp::FilePathManager::getCoreFifoPath())) {
+    KelpExample::note("another core is running, or %s cannot be removed",
+                      Kelp::FilePathManager::getCoreFifoPath().c_str());
+    return EXIT_FAILURE;
+  }
+  Kelp::TimerService::createInstance();
+  {
+    KelpExample::CoreDaemon core;  // gone before the services that it uses
+    core.run();
+  }
+  Kelp::TimerService::destroyInstance();
+  return EXIT_SUCCESS;
+}
