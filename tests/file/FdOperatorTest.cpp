@@ -16,6 +16,7 @@
 
 #include "FdOperator.h"
 #include "support/CallFaults.h"
+#include "support/Descriptors.h"
 #include "support/LogCapture.h"
 #include "support/Pipe.h"
 #include "support/SignalStorm.h"
@@ -27,8 +28,10 @@ using KelpTest::Call;
 using KelpTest::callCount;
 using KelpTest::CallFault;
 using KelpTest::errorLine;
+using KelpTest::isOpen;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::nextFreeFd;
 using KelpTest::Pipe;
 using KelpTest::ShortWrites;
 using KelpTest::SignalStorm;
@@ -46,17 +49,6 @@ LogLine errorIn(const std::string& function, const std::string& message) {
 
 LogLine traceIn(const std::string& function, const std::string& message) {
   return traceLine("FdOperator.cpp", 0, function, message);
-}
-
-bool isOpen(int fd) {
-  return fcntl(fd, F_GETFD) != -1;
-}
-
-// The number that the next descriptor gets: the same before and after when none was lost.
-int nextFreeFd() {
-  const int fd = dup(0);
-  close(fd);
-  return fd;
 }
 
 int openTemporary() {
