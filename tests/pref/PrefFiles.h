@@ -1,0 +1,31 @@
+// Preference files for tests: small files read and written at once, and the JSON that they hold.
+#ifndef KELP_TESTS_PREF_PREF_FILES_H
+#define KELP_TESTS_PREF_PREF_FILES_H
+
+#include <string>
+#include <vector>
+
+namespace KelpTest {
+
+constexpr char kPrefPath[] = "/tmp/appPrefs.json";
+
+void writeText(const std::string& path, const std::string& text);
+std::string readText(const std::string& path);  // "" where there is no file
+bool hasFile(const std::string& path);
+
+// An item object with all keys, `more` (", \"key\": ...") before its end.
+std::string itemJson(const std::string& name, const std::string& type, const std::string& defaultValue,
+                     const std::string& value, const std::string& more = "");
+
+// A whole file, "funcId" 0000A012, version 1.2, with these item objects.
+std::string fileJson(const std::vector<std::string>& items);
+
+// A file with an item of each type, named boolean, integer, string, enumeration and binary.
+std::string allTypesJson(const std::string& more = "");
+
+// The same file as AppPrefList writes it.
+extern const char kAllTypesWritten[];
+
+}  // namespace KelpTest
+
+#endif  // KELP_TESTS_PREF_PREF_FILES_H
