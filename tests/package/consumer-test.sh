@@ -21,7 +21,7 @@ flags="-Wl,--as-needed -fuse-ld=$linker"
 build_with_cmake() {
   local target=Kelp::kelp
   [[ $form == shared ]] || target=Kelp::kelp-static
-  cmake -S "$work/source" -B "$work/build" -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$PREFIX;${jsonCPrefix-}" \
+  cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$PREFIX;${jsonCPrefix-}" \
     -DCMAKE_EXE_LINKER_FLAGS="$flags" -DCONSUMER_TARGET=$target
   cmake --build "$work/build" --verbose | tee "$work/build.log"
 }
