@@ -43,6 +43,7 @@ class FifoReader {
 
   int fd() const { return m_fd; }
   const PlainHeader& header() const { return m_header; }
+  const char* data() const { return m_data; }
 
   // One message in two reads: the header says how much follows.
   void receive() {
