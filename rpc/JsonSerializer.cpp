@@ -38,6 +38,7 @@ JsonSerializer::JsonSerializer(const std::string& filePath)
     : RpcSerializer(filePath), m_fpo(::fopen(filePath.c_str(), "we")) {
   setObjectType(ObjectType_JsonSerializer);
   KELP_ASSERT(m_fpo != nullptr, "__null != m_fpo");
+  ::setvbuf(m_fpo, nullptr, _IONBF, 0);  // all is written at once: a buffer would only cost
   m_jsonObj.push_back(json_object_new_object());
   m_containerKinds.push_back(kKindStruct);
 }
