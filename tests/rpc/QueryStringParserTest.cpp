@@ -1,0 +1,749 @@
+#include <dirent.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "QueryStringParser.h"
+#include "SysFunc.h"
+#include "support/CallFaults.h"
+#include "support/LogCapture.h"
+
+namespace {
+
+using Kelp::CommonReturnCode_InvalidProtocol;
+using Kelp::CommonReturnCode_IoError;
+using Kelp::CommonReturnCode_NotEnoughMemory;
+using Kelp::CommonReturnCode_Ok;
+using Kelp::CommonReturnCode_t;
+using Kelp::QueryStringParser;
+using Kelp::SysFunc;
+using KelpTest::Call;
+using KelpTest::callCount;
+using KelpTest::CallFault;
+using KelpTest::LogCapture;
+using KelpTest::LogLine;
+
+constexpr char kRequest[] = "/tmp/request";
+constexpr char kOutput[] = "/tmp/output";
+constexpr unsigned int kNoMember = 0xFFFFFFFF;
+constexpr int kUntouched = -12345;
+
+static_assert(!std::is_copy_constructible_v<QueryStringParser> && !std::is_copy_assignable_v<QueryStringParser>,
+              "a copy would unmap the same memory");
+
+void writeFile(const std::string& path, const std::string& content) {
+  FILE* const file = fopen(path.c_str(), "we");
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(fwrite(content.data(), 1, content.size(), file), content.size());
+  ASSERT_EQ(fclose(file), 0);
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.good()) << path;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::size_t openDescriptors() {
+  DIR* const directory = opendir("/proc/self/fd");
+  std::size_t count = 0;
+  while (readdir(directory) != nullptr) {
+    ++count;
+  }
+  closedir(directory);
+  return count;
+}
+
+bool isMapped(const std::string& path) {
+  return readFile("/proc/self/maps").find(path) != std::string::npos;
+}
+
+// A parser on a request file of the given content.
+std::unique_ptr<QueryStringParser> parse(const std::string& body) {
+  writeFile(kRequest, body);
+  return std::make_unique<QueryStringParser>(kRequest);
+}
+
+struct Text {
+  CommonReturnCode_t result;
+  std::string value;
+};
+
+bool operator==(const Text& left, const Text& right) {
+  return left.result == right.result && left.value == right.value;
+}
+
+std::ostream& operator<<(std::ostream& out, const Text& text) {
+  return out << text.result << " \"" << text.value << '"';
+}
+
+Text ok(const std::string& value) {
+  return {CommonReturnCode_Ok, value};
+}
+
+const Text kInvalid = {CommonReturnCode_InvalidProtocol, "untouched"};
+
+Text getString(QueryStringParser& parser, const std::string& name) {
+  Text text = {CommonReturnCode_Ok, "untouched"};
+  text.result = parser.getStringData(name, text.value);
+  return text;
+}
+
+Text getData(QueryStringParser& parser, const std::string& name) {
+  void* data = nullptr;
+  unsigned int size = 0;
+  const CommonReturnCode_t result = parser.getBinaryData(name, data, size);
+  const Text text = {result, result == CommonReturnCode_Ok ? std::string(static_cast<char*>(data), size) : "untouched"};
+  SysFunc::kelpFree(data);
+  return text;
+}
+
+// The raw value, NUL bytes included.
+std::string getRaw(const QueryStringParser& parser, const std::string& name) {
+  char* value = nullptr;
+  const unsigned int size = parser.getMember(name, value);
+  if (size == kNoMember) {
+    EXPECT_EQ(value, nullptr);
+    return "missing";
+  }
+  EXPECT_EQ(value[size], '\0');
+  const std::string raw(value, size);
+  SysFunc::kelpFree(value);
+  return raw;
+}
+
+int getDecimal(const std::string& text) {
+  const auto parser = parse("n=" + text);
+  int value = kUntouched;
+  EXPECT_EQ(parser->getDecimal("n", value), CommonReturnCode_Ok) << text;
+  return value;
+}
+
+int getHexadecimal(const std::string& text) {
+  const auto parser = parse("n=" + text);
+  int value = kUntouched;
+  EXPECT_EQ(parser->getHexadecimal("n", value), CommonReturnCode_Ok) << text;
+  return value;
+}
+
+void expectEveryGetterAnswersInvalidProtocol(QueryStringParser& parser, const std::string& name) {
+  int number = kUntouched;
+  EXPECT_EQ(parser.getDecimal(name, number), CommonReturnCode_InvalidProtocol);
+  EXPECT_EQ(parser.getHexadecimal(name, number), CommonReturnCode_InvalidProtocol);
+  EXPECT_EQ(number, kUntouched);
+  EXPECT_EQ(getString(parser, name), kInvalid);
+  EXPECT_EQ(getData(parser, name), kInvalid);
+  EXPECT_EQ(parser.getBinaryData(name, kOutput), CommonReturnCode_InvalidProtocol);
+  EXPECT_NE(access(kOutput, F_OK), 0);
+}
+
+// --- Requests
+
+TEST(QueryStringParserTest, RegistersUnderItsObjectType) {
+  const auto parser = parse("");
+  const LogCapture log;
+  ASSERT_TRUE(Kelp::KelpObject::isObjectExist(parser.get()));
+  EXPECT_NE(log.traces().at(0).message.find("(ObjectType=31)"), std::string::npos);
+}
+
+TEST(QueryStringParserTest, PacksValuesInOrderOfAppearance) {
+  const auto parser = parse("methodName=startApplication&execId=%31\n");
+  long offset = -1;
+  EXPECT_EQ(parser->getMemberInfo("methodName", offset), 16U);
+  EXPECT_EQ(offset, 0);
+  EXPECT_EQ(parser->getMemberInfo("execId", offset), 1U);
+  EXPECT_EQ(offset, 16);
+  EXPECT_EQ(getString(*parser, "methodName"), ok("startApplication"));
+  EXPECT_EQ(getString(*parser, "execId"), ok("1"));
+}
+
+TEST(QueryStringParserTest, EmptyFileIsARequestWithoutMembers) {
+  const LogCapture log;
+  const auto parser = parse("");
+  expectEveryGetterAnswersInvalidProtocol(*parser, "a");
+  expectEveryGetterAnswersInvalidProtocol(*parser, "");
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(QueryStringParserTest, MissingFileLeavesOneErrorLineAndInvalidProtocol) {
+  const LogCapture log;
+  QueryStringParser parser("/tmp/missing");
+  expectEveryGetterAnswersInvalidProtocol(parser, "a");
+  EXPECT_EQ(log.lines(), std::vector<LogLine>{KelpTest::errorLine("FileOperator.cpp", 0, "open",
+                                                                  "###ERROR### open() returns error(errno=2).\n")});
+}
+
+TEST(QueryStringParserTest, DirectoryIsAnInvalidRequest) {
+  struct stat status;
+  ASSERT_EQ(stat("/tmp", &status), 0);
+  ASSERT_NE(status.st_size, 0);
+  const LogCapture log;
+  QueryStringParser parser("/tmp");
+  expectEveryGetterAnswersInvalidProtocol(parser, "a");
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(QueryStringParserTest, FileThatCannotBeMappedIsAnInvalidRequest) {
+  const LogCapture log;
+  writeFile(kRequest, "a=1");
+  const CallFault fault(Call::Mmap, ENOMEM);
+  QueryStringParser parser(kRequest);
+  EXPECT_EQ(fault.hits(), 1);
+  expectEveryGetterAnswersInvalidProtocol(parser, "a");
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(QueryStringParserTest, FileTooLargeFor32BitsIsAnInvalidRequest) {
+  writeFile(kRequest, "a=1");
+  ASSERT_EQ(truncate(kRequest, (1LL << 32) + 3), 0);
+  QueryStringParser parser(kRequest);
+  expectEveryGetterAnswersInvalidProtocol(parser, "a");
+}
+
+TEST(QueryStringParserTest, LeavesTheRequestFileAsItIs) {
+  const std::string body = "a=%41%42&b=+++&c=TWFu";
+  auto parser = parse(body);
+  getData(*parser, "c");
+  parser.reset();
+  EXPECT_EQ(readFile(kRequest), body);
+}
+
+TEST(QueryStringParserTest, TakesOneOpenOneSizeOneMappingAndOneClose) {
+  writeFile(kRequest, "a=1&b=2");
+  const Call calls[] = {Call::Open, Call::Fstat, Call::Mmap, Call::Close};
+  std::vector<int> before;
+  for (const Call call : calls) {
+    before.push_back(callCount(call));
+  }
+  std::make_unique<QueryStringParser>(kRequest).reset();
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    EXPECT_EQ(callCount(calls[i]) - before[i], 1) << i;
+  }
+}
+
+TEST(QueryStringParserTest, GivesBackDescriptorAndMappingWhateverBecameOfTheFile) {
+  const std::size_t before = openDescriptors();
+  for (const off_t size : {0, 10, 100000}) {
+    auto parser = parse(std::string(10000, 'a'));
+    EXPECT_EQ(openDescriptors(), before + 1);
+    EXPECT_TRUE(isMapped(kRequest));
+    ASSERT_EQ(truncate(kRequest, size), 0);
+    parser.reset();
+    EXPECT_FALSE(isMapped(kRequest));
+    EXPECT_EQ(openDescriptors(), before);
+  }
+}
+
+TEST(QueryStringParserDeathTest, ParsingTwiceEndsTheProcess) {
+  const auto parser = parse("a=1");
+  EXPECT_DEATH(parser->doParsing(),
+               "QueryStringParser\\.cpp:[0-9]+: void Kelp::QueryStringParser::doParsing\\(\\): "
+               "Assertion `PERSAR_INIT == m_state' failed");
+}
+
+// --- The grammar
+
+TEST(QueryStringParserTest, NameThatTheInputEndsKeepsItsLastByteAndHasAnEmptyValue) {
+  const auto parser = parse("a");
+  int value = kUntouched;
+  EXPECT_EQ(getString(*parser, "a"), ok(""));
+  EXPECT_EQ(parser->getDecimal("a", value), CommonReturnCode_InvalidProtocol);
+  EXPECT_EQ(parser->getHexadecimal("a", value), CommonReturnCode_InvalidProtocol);
+  EXPECT_EQ(value, kUntouched);
+  EXPECT_EQ(getString(*parse("x=1&abc"), "abc"), ok(""));
+  EXPECT_EQ(getString(*parse("x=1&ab%63"), "abc"), ok(""));
+}
+
+TEST(QueryStringParserTest, FirstOfEqualNamesAnswers) {
+  EXPECT_EQ(getString(*parse("a=1&a=2"), "a"), ok("1"));
+  EXPECT_EQ(getString(*parse("aa=0&a=&a=2"), "a"), ok(""));
+}
+
+TEST(QueryStringParserTest, NameRunsToTheNextDecodedEqualsSign) {
+  const auto parser = parse("x=1&&y=2&z\r\n=3");
+  EXPECT_EQ(getString(*parser, "x"), ok("1"));
+  EXPECT_EQ(getString(*parser, "&y"), ok("2"));
+  EXPECT_EQ(getString(*parser, "y"), kInvalid);
+  EXPECT_EQ(getString(*parser, "z\r\n"), ok("3"));
+}
+
+TEST(QueryStringParserTest, EscapedEqualsSignEndsANameAndIsDataInAValue) {
+  EXPECT_EQ(getString(*parse("n%3Dx=5"), "n"), ok("x=5"));
+  EXPECT_EQ(getString(*parse("n=%3D=x"), "n"), ok("==x"));
+}
+
+TEST(QueryStringParserTest, NamesAreDecoded) {
+  EXPECT_EQ(getString(*parse("a+%62%26longer+than+a+word=1"), "a b&longer than a word"), ok("1"));
+}
+
+TEST(QueryStringParserTest, EmptyNameIsAName) {
+  EXPECT_EQ(getString(*parse("=5&a=6"), ""), ok("5"));
+}
+
+TEST(QueryStringParserTest, PlusIsABlankAndEscapesAreDecodedInValues) {
+  EXPECT_EQ(getString(*parse("s=a+b%2Bc"), "s"), ok("a b+c"));
+}
+
+TEST(QueryStringParserTest, OnlyUnescapedSeparatorsAndLineEndsCountInAValue) {
+  const auto parser = parse("a=1%262%0A%0D3\r\n4&b=5\n\n&c=6");
+  EXPECT_EQ(getString(*parser, "a"), ok("1&2\n\r34"));
+  EXPECT_EQ(getString(*parser, "b"), ok("5"));
+  EXPECT_EQ(getString(*parser, "c"), ok("6"));
+}
+
+TEST(QueryStringParserTest, EscapeTakesItsTwoCharactersWhateverTheyAre) {
+  const auto parser = parse("a=1%&b=2&c=%\r\n3");
+  EXPECT_EQ(getRaw(*parser, "a"), std::string("1\0=2", 4));
+  EXPECT_EQ(getRaw(*parser, "c"), std::string("\0003", 2));
+}
+
+TEST(QueryStringParserTest, InputEndsAnEscape) {
+  EXPECT_EQ(getRaw(*parse("a=1%4"), "a"), "1\x04");
+  EXPECT_EQ(getRaw(*parse("a=1%"), "a"), std::string("1\0", 2));
+  EXPECT_EQ(getRaw(*parse("%4"), "\x04"), "");
+  EXPECT_EQ(getRaw(*parse("%"), std::string(1, '\0')), "");
+}
+
+TEST(QueryStringParserTest, OtherBytesStandForThemselves) {
+  std::string value;
+  for (int byte = 0; byte < 256; ++byte) {
+    if (std::string("%+&\r\n").find(static_cast<char>(byte)) == std::string::npos) {
+      value += static_cast<char>(byte);
+    }
+  }
+  EXPECT_EQ(getRaw(*parse("a=" + value), "a"), value);
+}
+
+// --- charDecoding
+
+char scanned(const char* pair) {
+  unsigned int value = 0;
+  sscanf(pair, "%02X", &value);
+  return static_cast<char>(value);
+}
+
+TEST(QueryStringParserTest, EscapesScanAsSscanfDoes) {
+  const auto parser = parse("");
+  for (int first = 0; first < 256; ++first) {
+    for (int second = 0; second < 256; ++second) {
+      char text[] = {'%', static_cast<char>(first), static_cast<char>(second), '\0'};
+      char* cursor = text;
+      unsigned int remaining = 3;
+      ASSERT_EQ(parser->charDecoding(cursor, remaining), scanned(text + 1)) << first << ' ' << second;
+      ASSERT_EQ(cursor, text + 3);
+      ASSERT_EQ(remaining, 0U);
+    }
+  }
+}
+
+TEST(QueryStringParserTest, CharDecodingPassesOneCharacter) {
+  const auto parser = parse("");
+  for (int byte = 0; byte < 256; ++byte) {
+    char text[] = {static_cast<char>(byte), '4', '1', 'x'};
+    char* cursor = text;
+    unsigned int remaining = 4;
+    const char expected = byte == '+' ? ' ' : byte == '%' ? 'A' : text[0];
+    EXPECT_EQ(parser->charDecoding(cursor, remaining), expected);
+    EXPECT_EQ(cursor - text, byte == '%' ? 3 : 1);
+    EXPECT_EQ(remaining, byte == '%' ? 1U : 3U);
+  }
+}
+
+TEST(QueryStringParserTest, CharDecodingWithNothingLeftGives0AndStays) {
+  const auto parser = parse("");
+  char text[] = "x";
+  char* cursor = text;
+  unsigned int remaining = 0;
+  EXPECT_EQ(parser->charDecoding(cursor, remaining), '\0');
+  EXPECT_EQ(cursor, text);
+  EXPECT_EQ(remaining, 0U);
+}
+
+TEST(QueryStringParserTest, CharDecodingStopsAtTheEndInsideAnEscape) {
+  const auto parser = parse("");
+  char text[] = "%41";
+  for (const unsigned int size : {1U, 2U}) {
+    char* cursor = text;
+    unsigned int remaining = size;
+    EXPECT_EQ(parser->charDecoding(cursor, remaining), size == 1 ? '\0' : '\x04');
+    EXPECT_EQ(cursor, text + size);
+    EXPECT_EQ(remaining, 0U);
+  }
+}
+
+// --- Members
+
+TEST(QueryStringParserTest, MissingMemberHasSizeMinusOne) {
+  const auto parser = parse("a=1");
+  long offset = 77;
+  EXPECT_EQ(parser->getMemberInfo("b", offset), kNoMember);
+  char text = 'x';
+  char* value = &text;
+  EXPECT_EQ(parser->getMember("b", value), kNoMember);
+  EXPECT_EQ(value, nullptr);
+}
+
+TEST(QueryStringParserTest, MemberIsNullWhenMemoryIsOut) {
+  const auto parser = parse("a=1");
+  char text = 'x';
+  char* value = &text;
+  const CallFault fault(Call::Malloc, ENOMEM);
+  EXPECT_EQ(parser->getMember("a", value), 0U);
+  EXPECT_EQ(value, nullptr);
+}
+
+TEST(QueryStringParserTest, WithoutMemoryANumberIsInvalidAndAStringEmpty) {
+  const auto parser = parse("a=1");
+  int number = kUntouched;
+  {
+    const CallFault fault(Call::Malloc, ENOMEM);
+    EXPECT_EQ(parser->getDecimal("a", number), CommonReturnCode_InvalidProtocol);
+  }
+  {
+    const CallFault fault(Call::Malloc, ENOMEM);
+    EXPECT_EQ(parser->getHexadecimal("a", number), CommonReturnCode_InvalidProtocol);
+  }
+  EXPECT_EQ(number, kUntouched);
+  const CallFault fault(Call::Malloc, ENOMEM);
+  EXPECT_EQ(getString(*parser, "a"), ok(""));
+}
+
+TEST(QueryStringParserTest, StringEndsAtItsFirstNul) {
+  const auto parser = parse("s=a%00b");
+  EXPECT_EQ(getString(*parser, "s"), ok("a"));
+  EXPECT_EQ(getRaw(*parser, "s"), std::string("a\0b", 3));
+}
+
+// --- Numbers
+
+TEST(QueryStringParserTest, DecimalIsReadAsFarAsItIsANumber) {
+  EXPECT_EQ(getDecimal("26"), 26);
+  EXPECT_EQ(getDecimal("-7"), -7);
+  EXPECT_EQ(getDecimal("++12x"), 12);  // a blank, a blank, "12x"
+  EXPECT_EQ(getDecimal("abc"), 0);
+  EXPECT_EQ(getDecimal("0x10"), 0);
+}
+
+TEST(QueryStringParserTest, DecimalStopsAtTheEndsOf32Bits) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  constexpr int kLeast = std::numeric_limits<int>::min();
+  EXPECT_EQ(getDecimal("2147483647"), kMost);
+  EXPECT_EQ(getDecimal("2147483648"), kMost);
+  EXPECT_EQ(getDecimal("4294967295"), kMost);
+  EXPECT_EQ(getDecimal("99999999999999999999999"), kMost);
+  EXPECT_EQ(getDecimal("-2147483648"), kLeast);
+  EXPECT_EQ(getDecimal("-2147483649"), kLeast);
+  EXPECT_EQ(getDecimal("-99999999999999999999999"), kLeast);
+}
+
+TEST(QueryStringParserTest, HexadecimalTakesEightCharacters) {
+  EXPECT_EQ(getHexadecimal("0000001A"), 26);
+  EXPECT_EQ(getHexadecimal("1a"), 26);
+  EXPECT_EQ(getHexadecimal("0x1A"), 26);
+  EXPECT_EQ(getHexadecimal("FFFFFFFF"), -1);
+  EXPECT_EQ(getHexadecimal("123456789"), 0x12345678);
+  EXPECT_EQ(getHexadecimal("0x123456789"), 0x123456);
+  EXPECT_EQ(getHexadecimal("-1"), -1);
+  EXPECT_EQ(getHexadecimal("12 34"), 0x12);
+}
+
+TEST(QueryStringParserTest, HexadecimalLeavesTheValueWhenNothingConverts) {
+  EXPECT_EQ(getHexadecimal("xyz"), kUntouched);
+  EXPECT_EQ(getHexadecimal("++"), kUntouched);
+  EXPECT_EQ(getHexadecimal("%00"), kUntouched);
+}
+
+TEST(QueryStringParserTest, HexadecimalIsScannedAsSscanfDoes) {
+  std::mt19937 random(1);
+  const std::string characters = "0123456789abcdefABCDEFxX-- \t\v0000g";
+  for (int i = 0; i < 3000; ++i) {
+    std::string text(1 + random() % 12, '0');
+    for (char& character : text) {
+      character = characters[random() % characters.size()];
+    }
+    auto expected = static_cast<unsigned int>(kUntouched);
+    sscanf(text.c_str(), "%08X", &expected);
+    ASSERT_EQ(getHexadecimal(text), static_cast<int>(expected)) << text;
+  }
+}
+
+// --- Binary data
+
+TEST(QueryStringParserTest, DataIsDecodedToMemory) {
+  EXPECT_EQ(getData(*parse("d=TWFuTWE%3D&e=x"), "d"), ok("ManMa"));
+  EXPECT_EQ(getData(*parse("d=%00"), "d"), ok(std::string(1, '\0')));
+}
+
+TEST(QueryStringParserTest, LineWrappedAndUrlSafeDataIsDecoded) {
+  EXPECT_EQ(getData(*parse("d=TWFu\r\nTW-_\r\n"), "d"), ok("ManMo\xBF"));
+}
+
+TEST(QueryStringParserTest, EmptyDataInMemoryIsAnInvalidProtocol) {
+  EXPECT_EQ(getData(*parse("d=&e=x"), "d"), kInvalid);
+}
+
+TEST(QueryStringParserTest, TextThatIsNoBase64IsAnInvalidProtocol) {
+  EXPECT_EQ(getData(*parse("d=TW?u"), "d"), kInvalid);
+  const auto parser = parse("d=TW?u");
+  EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_InvalidProtocol);
+  EXPECT_NE(access(kOutput, F_OK), 0);
+}
+
+TEST(QueryStringParserTest, DataIsNotHandedOutWhenMemoryIsOut) {
+  const auto parser = parse("d=TWFu");
+  void* data = &data;
+  unsigned int size = 77;
+  const CallFault fault(Call::Malloc, ENOMEM);
+  EXPECT_EQ(parser->getBinaryData("d", data, size), CommonReturnCode_NotEnoughMemory);
+  EXPECT_EQ(fault.hits(), 1);
+  EXPECT_EQ(data, &data);
+  EXPECT_EQ(size, 77U);
+}
+
+TEST(QueryStringParserTest, SecondFetchDecodesTheDecodedBytes) {
+  const auto parser = parse("d=TWFuTWFu");
+  EXPECT_EQ(getData(*parser, "d"), ok("ManMan"));
+  EXPECT_EQ(getData(*parser, "d"), ok("1\xA9\xCCjqn"));  // of "ManManFu"
+}
+
+TEST(QueryStringParserTest, DataOfAnOddLengthReadsOnIntoWhatFollows) {
+  EXPECT_EQ(getData(*parse("d=TW&e=Fu"), "d"), ok("Man"));
+  EXPECT_EQ(getData(*parse("d=TQ"), "d"), ok("M\x04\xD0"));  // of "TQTQ": the value, then the file's own bytes
+}
+
+// The longest values there can be, and shorter ones, where a page and with it the mapping may end.
+TEST(QueryStringParserTest, DataMayEndWithThePage) {
+  for (const std::size_t page : {std::size_t{4096}, std::size_t{65536}}) {
+    for (std::size_t size = page - 4; size <= page + 4; ++size) {
+      for (const std::string head : {"=", "d=", "a=&d=", "=%41&d="}) {
+        const auto parser = parse(head + std::string(size - head.size(), 'A'));
+        const std::string name = head == "=" ? "" : "d";
+        const Text data = getData(*parser, name);
+        ASSERT_EQ(data.result, CommonReturnCode_Ok) << head << size;
+        ASSERT_EQ(data.value.substr(0, page / 2), std::string(page / 2, '\0'));
+      }
+    }
+  }
+}
+
+TEST(QueryStringParserTest, DataIsDecodedToAFile) {
+  const auto parser = parse("d=TWFuTQ%3D%3D");
+  writeFile(kOutput, "longer than the data");
+  EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
+  EXPECT_EQ(readFile(kOutput), "ManM");
+}
+
+TEST(QueryStringParserTest, EmptyDataCreatesTheFileThroughTheShell) {
+  const auto parser = parse("d=");
+  EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
+  EXPECT_EQ(readFile(kOutput), "");
+  EXPECT_EQ(KelpTest::lastSystemCommand(), std::string("/bin/busybox touch ") + kOutput);
+}
+
+TEST(QueryStringParserTest, EmptyDataLeavesAnExistingFilesContent) {
+  const auto parser = parse("d=");
+  writeFile(kOutput, "kept");
+  EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
+  EXPECT_EQ(readFile(kOutput), "kept");
+}
+
+TEST(QueryStringParserTest, ResultOfTheShellIsTheResult) {
+  const auto parser = parse("d=");
+  EXPECT_EQ(parser->getBinaryData("d", std::string("/tmp/missing/output")), CommonReturnCode_IoError);
+}
+
+TEST(QueryStringParserTest, FileThatCannotBeOpenedIsAnIoError) {
+  const auto parser = parse("d=TWFu");
+  EXPECT_EQ(parser->getBinaryData("d", std::string("/tmp/missing/output")), CommonReturnCode_IoError);
+  EXPECT_EQ(getData(*parser, "d").value, std::string("1\xA9\xEE"));  // of "Manu": decoded all the same
+}
+
+TEST(QueryStringParserTest, ShortWriteIsAnIoErrorAndLeavesNoDescriptor) {
+  const auto parser = parse("d=TWFu");
+  const std::size_t before = openDescriptors();
+  const CallFault fault(Call::Fwrite, ENOSPC);
+  EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_IoError);
+  EXPECT_EQ(fault.hits(), 1);
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(QueryStringParserTest, FullDiskIsAnIoError) {
+  EXPECT_EQ(parse("d=TWFu")->getBinaryData("d", std::string("/dev/full")), CommonReturnCode_IoError);
+}
+
+// --- A second opinion: the grammar step by step, with the C library's scanner.
+
+struct Member {
+  std::string name;
+  std::size_t offset;
+  std::string value;
+};
+
+class StepByStep {
+ public:
+  explicit StepByStep(std::string body) : m_body(std::move(body)) {}
+
+  std::vector<Member> members() {
+    std::vector<Member> members;
+    std::size_t offset = 0;
+    while (m_next < m_body.size()) {
+      const std::string name = takeName();
+      const std::string value = takeValue();
+      members.push_back({name, offset, value});
+      offset += value.size();
+    }
+    return members;
+  }
+
+ private:
+  char takeCharacter() {
+    const char character = m_body[m_next++];
+    if (character == '%') {
+      const std::string pair = m_body.substr(m_next, 2);
+      m_next += pair.size();
+      return scanned(pair.c_str());
+    }
+    return character == '+' ? ' ' : character;
+  }
+
+  std::string takeName() {
+    std::string name;
+    while (m_next < m_body.size()) {
+      const char character = takeCharacter();
+      if (character == '=') {
+        break;
+      }
+      name += character;
+    }
+    return name;
+  }
+
+  std::string takeValue() {
+    std::string value;
+    while (m_next < m_body.size()) {
+      const char raw = m_body[m_next];
+      if (raw == '&') {
+        ++m_next;
+        break;
+      }
+      if (raw == '\r' || raw == '\n') {
+        ++m_next;
+        continue;
+      }
+      value += takeCharacter();
+    }
+    return value;
+  }
+
+  std::string m_body;
+  std::size_t m_next = 0;
+};
+
+const Member& firstNamed(const std::vector<Member>& members, const std::string& name) {
+  return *std::find_if(members.begin(), members.end(), [&](const Member& member) { return member.name == name; });
+}
+
+void expectParsesAsStepByStep(const std::string& body) {
+  const std::vector<Member> members = StepByStep(body).members();
+  const auto parser = parse(body);
+  for (const Member& member : members) {
+    const Member& first = firstNamed(members, member.name);
+    long offset = -1;
+    ASSERT_EQ(parser->getMemberInfo(member.name, offset), first.value.size()) << testing::PrintToString(body);
+    ASSERT_EQ(offset, static_cast<long>(first.offset)) << testing::PrintToString(body);
+    ASSERT_EQ(getRaw(*parser, member.name), first.value) << testing::PrintToString(body);
+  }
+}
+
+std::string escaped(char character) {
+  char text[4];
+  snprintf(text, sizeof text, "%%%02x", static_cast<unsigned char>(character));
+  return text;
+}
+
+// As a well-behaved client writes it; a fifth of the characters needs an escape.
+std::string randomlyEncoded(std::mt19937& random, std::size_t size) {
+  const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  std::string text;
+  for (std::size_t i = 0; i < size; ++i) {
+    const char character = static_cast<char>(random());
+    text += random() % 5 != 0  ? std::string(1, plain[random() % plain.size()])
+            : character == ' ' ? "+"
+                               : escaped(character);
+  }
+  return text;
+}
+
+std::string wellFormed(std::mt19937& random, std::size_t members, std::size_t longestValue) {
+  std::string body;
+  for (std::size_t i = 0; i < members; ++i) {
+    body += body.empty() ? "" : "&";
+    body += randomlyEncoded(random, 1 + random() % 12) + "=" + randomlyEncoded(random, random() % longestValue);
+  }
+  return body;
+}
+
+// Any bytes, but mostly those with a meaning, in runs now and then.
+std::string hostile(std::mt19937& random, std::size_t size) {
+  const std::string odd = std::string("%%%%%%&&&==+\r\n -+xX!*") + std::string(2, '\0');
+  const unsigned int oddPercent = std::vector<unsigned int>{1, 10, 50, 100}[random() % 4];
+  std::string body;
+  while (body.size() < size) {
+    const char character = random() % 100 < oddPercent ? odd[random() % odd.size()]
+                           : random() % 3 == 0         ? static_cast<char>(random())
+                                                       : "0123456789abcdefABCDEFghXYZ~"[random() % 28];
+    body += std::string(random() % 20 == 0 ? random() % 30 : 1, character);
+  }
+  body.resize(size);
+  return body;
+}
+
+TEST(QueryStringParserTest, WellFormedRequestsParseAsStepByStep) {
+  std::mt19937 random(2);
+  for (int i = 0; i < 4000; ++i) {
+    expectParsesAsStepByStep(wellFormed(random, 1 + random() % 8, 1 + random() % 60));
+    ASSERT_FALSE(HasFatalFailure());
+  }
+}
+
+TEST(QueryStringParserTest, HostileRequestsParseAsStepByStep) {
+  std::mt19937 random(3);
+  for (int i = 0; i < 10000; ++i) {
+    expectParsesAsStepByStep(hostile(random, random() % 200));
+    ASSERT_FALSE(HasFatalFailure());
+  }
+}
+
+TEST(QueryStringParserTest, LargeRequestsParseAsStepByStep) {
+  std::mt19937 random(4);
+  expectParsesAsStepByStep("d=" + randomlyEncoded(random, 1000000));
+  expectParsesAsStepByStep(wellFormed(random, 100, 5000));
+  expectParsesAsStepByStep(hostile(random, 30000));
+}
+
+// The table's size is estimated from the members read so far; these deceive the estimate either way.
+TEST(QueryStringParserTest, ManyMembersParseAsStepByStepHoweverTheyAreSpread) {
+  std::mt19937 random(5);
+  const std::string few = "d=" + std::string(100000, 'x') + "&";
+  const std::string many = wellFormed(random, 1500, 3);
+  expectParsesAsStepByStep(many);
+  expectParsesAsStepByStep(few + many);
+  expectParsesAsStepByStep(many + "&" + few);
+  expectParsesAsStepByStep("%" + many + "&" + few + many);
+}
+
+}  // namespace
