@@ -1,0 +1,222 @@
+#include "ExamplePrograms.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "FilePathManager.h"
+#include "common/StaleFifo.h"
+
+namespace KelpTest {
+
+namespace {
+
+using Kelp::FilePathManager;
+
+std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (const std::string& text : texts) {
+    pointers.push_back(const_cast<char*>(text.c_str()));
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// What the test process has in its environment, such as the sanitizers' options, and what is given.
+std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
+  std::vector<std::string> all = variables;
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    all.emplace_back(*variable);
+  }
+  return all;
+}
+
+pid_t spawn(const char* program, const posix_spawn_file_actions_t* actions, const std::vector<std::string>& variables) {
+  const std::vector<std::string> environment = environmentWith(variables);
+  pid_t pid = -1;
+  EXPECT_EQ(0,
+            posix_spawn(&pid, program, actions, nullptr, pointersTo({program}).data(), pointersTo(environment).data()))
+      << program;
+  return pid;
+}
+
+std::string readAll(int fd) {
+  std::string text;
+  char buffer[4096];
+  for (ssize_t count = read(fd, buffer, sizeof(buffer)); count > 0; count = read(fd, buffer, sizeof(buffer))) {
+    text.append(buffer, static_cast<size_t>(count));
+  }
+  return text;
+}
+
+ClientReply parseReply(int exitStatus, const std::string& text) {
+  const char kStatus[] = "Status: ";
+  const size_t headEnd = text.find("\r\n\r\n");
+  if (text.compare(0, strlen(kStatus), kStatus) != 0 || headEnd == std::string::npos) {
+    return {exitStatus, 0, text};
+  }
+  return {exitStatus, atoi(text.c_str() + strlen(kStatus)), text.substr(headEnd + 4)};
+}
+
+}  // namespace
+
+bool waitUntil(const std::function<bool()>& isTrue) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (!isTrue()) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+std::vector<std::string> filesIn(const std::string& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    names.push_back(entry.path().filename());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void installApplications() {
+  std::filesystem::copy(std::string(KELP_DEMO_DATA) + "/Kelpapp", FilePathManager::getAppBasePath(),
+                        std::filesystem::copy_options::recursive);
+  for (const std::string& name : filesIn(FilePathManager::getAppBasePath())) {
+    std::filesystem::create_directory(FilePathManager::getAppBinPath(name));
+    std::filesystem::create_symlink(KELP_APPLICATION, FilePathManager::getAppBinPath(name) + "/application");
+  }
+}
+
+CoreProcess::CoreProcess() : m_pid(spawn(KELP_CORE, nullptr, {})) {
+  EXPECT_TRUE(waitUntil([] { return KelpExample::isFifoRead(FilePathManager::getCoreFifoPath()); }));
+}
+
+CoreProcess::~CoreProcess() {
+  if (m_pid != -1) {
+    sendSignal(SIGKILL);
+    waitForEnd();
+  }
+}
+
+void CoreProcess::sendSignal(int number) const {
+  kill(m_pid, number);
+}
+
+void CoreProcess::stop() const {
+  sendSignal(SIGSTOP);
+  int status;
+  EXPECT_EQ(m_pid, waitpid(m_pid, &status, WUNTRACED));
+  EXPECT_TRUE(WIFSTOPPED(status));
+}
+
+int CoreProcess::waitForEnd() {
+  int status = -1;
+  EXPECT_EQ(m_pid, waitpid(m_pid, &status, 0));
+  m_pid = -1;
+  return status;
+}
+
+bool CoreProcess::isRunning() const {
+  siginfo_t info = {};
+  return waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
+}
+
+ClientProcess::ClientProcess(const std::string& input, const std::vector<std::string>& variables) {
+  signal(SIGPIPE, SIG_IGN);  // a client may refuse to read its input
+  int in[2];
+  int out[2];
+  EXPECT_EQ(0, pipe2(in, O_CLOEXEC));
+  EXPECT_EQ(0, pipe2(out, O_CLOEXEC));
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+  m_pid = spawn(KELP_API_CLIENT, &actions, variables);
+  posix_spawn_file_actions_destroy(&actions);
+  close(in[0]);
+  close(out[1]);
+  for (size_t written = 0; written < input.size();) {
+    const ssize_t count = write(in[1], input.data() + written, input.size() - written);
+    if (count < 0) {
+      break;
+    }
+    written += static_cast<size_t>(count);
+  }
+  close(in[1]);
+  m_outputFd = out[0];
+}
+
+ClientProcess::~ClientProcess() {
+  hangUp();
+}
+
+void ClientProcess::hangUp() {
+  if (m_outputFd != -1) {
+    close(m_outputFd);
+    m_outputFd = -1;
+  }
+}
+
+ClientReply ClientProcess::waitForReply() {
+  const std::string text = m_outputFd == -1 ? "" : readAll(m_outputFd);
+  int status = -1;
+  EXPECT_EQ(m_pid, waitpid(m_pid, &status, 0));
+  return parseReply(status, text);
+}
+
+ClientReply callApi(const std::string& body) {
+  ClientProcess client(body, {"REQUEST_METHOD=POST", "CONTENT_TYPE=application/x-www-form-urlencoded",
+                              "CONTENT_LENGTH=" + std::to_string(body.size())});
+  return client.waitForReply();
+}
+
+ForeignPeer::ForeignPeer(Kelp::IpcAddressType type, int firstId, int secondId, const std::string& fifoPath)
+    : m_type(type), m_firstId(firstId), m_secondId(secondId), m_fifoPath(fifoPath) {
+  EXPECT_EQ(0, mkfifo(fifoPath.c_str(), 0666));
+  m_fd = open(fifoPath.c_str(), O_RDWR | O_CLOEXEC);
+  EXPECT_NE(-1, m_fd);
+}
+
+ForeignPeer::~ForeignPeer() {
+  close(m_fd);
+  unlink(m_fifoPath.c_str());
+}
+
+void ForeignPeer::send(const std::string& toFifoPath, Kelp::IpcMessageKind kind, Kelp::SessionId_t sessionId,
+                       const std::string& payload) const {
+  Kelp::IpcHeader header = {};
+  header.kind = kind;
+  header.sessionId = sessionId;
+  header.srcAddressType = m_type;
+  header.srcSpecificId.app = {m_firstId, m_secondId};
+  header.dataSize = static_cast<int32_t>(payload.size());
+  const std::string message = std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + payload;
+  const int fd = open(toFifoPath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  EXPECT_EQ(static_cast<ssize_t>(message.size()), write(fd, message.data(), message.size()));
+  close(fd);
+}
+
+bool ForeignPeer::receive(Kelp::IpcHeader& header, std::string& payload) const {
+  pollfd input = {m_fd, POLLIN, 0};
+  if (poll(&input, 1, 20000) != 1 || read(m_fd, &header, sizeof(header)) != static_cast<ssize_t>(sizeof(header))) {
+    return false;
+  }
+  payload.resize(static_cast<size_t>(header.dataSize));
+  return read(m_fd, &payload[0], payload.size()) == static_cast<ssize_t>(payload.size());
+}
+
+}  // namespace KelpTest

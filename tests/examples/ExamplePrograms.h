@@ -1,0 +1,91 @@
+// Runs the example programs inside a test: the core as a child process, an API client as the web server would, and a
+// peer made of plain system calls that can say anything.
+#ifndef KELP_TESTS_EXAMPLES_EXAMPLE_PROGRAMS_H
+#define KELP_TESTS_EXAMPLES_EXAMPLE_PROGRAMS_H
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "IpcHeader.h"
+
+namespace KelpTest {
+
+// Repeats the question until it is answered with true, or for 20 seconds.
+bool waitUntil(const std::function<bool()>& isTrue);
+
+std::vector<std::string> filesIn(const std::string& directory);
+
+// The applications of the demo, as the platform would have installed them.
+void installApplications();
+
+// A running core. Killed, if it still runs, when it goes.
+class CoreProcess {
+ public:
+  CoreProcess();
+  ~CoreProcess();
+  CoreProcess(const CoreProcess&) = delete;
+  CoreProcess& operator=(const CoreProcess&) = delete;
+
+  void sendSignal(int number) const;
+  void stop() const;  // SIGSTOP; returns when the process has stopped
+  int waitForEnd();   // the status of waitpid()
+  bool isRunning() const;
+
+ private:
+  pid_t m_pid;
+};
+
+struct ClientReply {
+  int exitStatus;  // of waitpid()
+  int httpStatus;  // 0 when the reply has none
+  std::string body;
+};
+
+// An API client as the web server runs it, in steps.
+class ClientProcess {
+ public:
+  // `variables`: the CGI environment as "NAME=value".
+  ClientProcess(const std::string& input, const std::vector<std::string>& variables);
+  ~ClientProcess();
+  ClientProcess(const ClientProcess&) = delete;
+  ClientProcess& operator=(const ClientProcess&) = delete;
+
+  void hangUp();  // the caller reads no more
+  ClientReply waitForReply();
+
+ private:
+  pid_t m_pid;
+  int m_outputFd;
+};
+
+// One whole call.
+ClientReply callApi(const std::string& body);
+
+// An API client, application or core that speaks the messages' wire format. `firstId` and `secondId` are its identity.
+class ForeignPeer {
+ public:
+  ForeignPeer(Kelp::IpcAddressType type, int firstId, int secondId, const std::string& fifoPath);
+  ~ForeignPeer();
+  ForeignPeer(const ForeignPeer&) = delete;
+  ForeignPeer& operator=(const ForeignPeer&) = delete;
+
+  void send(const std::string& toFifoPath, Kelp::IpcMessageKind kind, Kelp::SessionId_t sessionId,
+            const std::string& payload) const;
+
+  // The next message, for which it waits up to 20 seconds. Returns false when none came.
+  bool receive(Kelp::IpcHeader& header, std::string& payload) const;
+
+ private:
+  const Kelp::IpcAddressType m_type;
+  const int m_firstId;
+  const int m_secondId;
+  const std::string m_fifoPath;
+  int m_fd;
+};
+
+}  // namespace KelpTest
+
+#endif  // KELP_TESTS_EXAMPLES_EXAMPLE_PROGRAMS_H
