@@ -1,7 +1,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -196,18 +195,14 @@ TEST(ExecObjectEventReceiverTest, SeveralThreadsShareOneChannel) {
   }
 }
 
-void createWithoutDescriptors() {
-  rlimit limit = {};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  limit.rlim_cur = 0;
-  setrlimit(RLIMIT_NOFILE, &limit);
-  const ExecObjectEventReceiver receiver;
-}
-
 TEST(ExecObjectEventReceiverDeathTest, CreationWithoutDescriptorsEndsTheProcess) {
-  EXPECT_DEATH(createWithoutDescriptors(),
-               "ExecObjectEventReceiver\\.cpp:36: Kelp::ExecObjectEventReceiver::ExecObjectEventReceiver\\(\\): "
-               "Assertion `false' failed");
+  EXPECT_DEATH(
+      {
+        const CallFault fault(Call::Pipe2, EMFILE);
+        const ExecObjectEventReceiver receiver;
+      },
+      "ExecObjectEventReceiver\\.cpp:36: Kelp::ExecObjectEventReceiver::ExecObjectEventReceiver\\(\\): "
+      "Assertion `false' failed");
 }
 
 }  // namespace
