@@ -287,6 +287,7 @@ TEST_F(IpcSenderTest, WorksBeforeTheLibrarysStaticObjectsExist) {
 TEST_F(IpcSenderTest, MessagesOfSeveralThreadsStayWhole) {
   constexpr unsigned kThreads = 4;
   constexpr unsigned kMessages = 500;
+  const IpcSender keepsTheFifoFromItsEnd(kFifoPath);
   std::vector<std::thread> threads;
   for (unsigned thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([thread] {
