@@ -72,8 +72,9 @@ bool isMapped(const std::string& path) {
   return readFile("/proc/self/maps").find(path) != std::string::npos;
 }
 
-// A parser on a request file of the given content.
+// A parser on a request file of the given content. No other test's output is left.
 std::unique_ptr<QueryStringParser> parse(const std::string& body) {
+  unlink(kOutput);
   writeFile(kRequest, body);
   return std::make_unique<QueryStringParser>(kRequest);
 }
