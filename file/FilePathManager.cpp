@@ -76,7 +76,7 @@ std::string FilePathManager::getKelpCoreBinDirPath() {
   KELP_ASSERT(size > 0, "size > 0");
   target[size] = '\0';
   KELP_LOG_TRACE("readlink('/proc/self/exe')=%s\n", static_cast<const char*>(target));
-  return ::dirname(target);
+  return ::dirname(target);  // NOLINT(concurrency-mt-unsafe): works on this call's own buffer
 }
 
 std::string FilePathManager::getCoreBasePath() {

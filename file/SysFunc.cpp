@@ -41,6 +41,7 @@ void SysFunc::kelpFree(void* pointer) {
   ::free(pointer);
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface takes these strings by value
 long long SysFunc::kelpStat(std::string path) {
   struct stat status;
   return ::stat(path.c_str(), &status) == 0 ? static_cast<long long>(status.st_size) : -1;
@@ -57,7 +58,7 @@ CommonReturnCode_t SysFunc::kelpRename(std::string from, std::string to) {
 CommonReturnCode_t SysFunc::kelpExec(std::string command) {
   char line[kCommandLineBytes];
   snprintf(line, sizeof(line), "%s %s", FilePathManager::getBusyboxPath().c_str(), command.c_str());
-  const int status = ::system(line);
+  const int status = ::system(line);  // NOLINT(concurrency-mt-unsafe): the C library's can be called on any thread
   if (status == -1) {
     KELP_LOG_ERROR("ERROR: system %s\n", command.c_str());
     return CommonReturnCode_IoError;
@@ -68,6 +69,8 @@ CommonReturnCode_t SysFunc::kelpExec(std::string command) {
   }
   return CommonReturnCode_Ok;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 CommonReturnCode_t SysFunc::kelpRm(const std::string& path) {
   struct stat status;
