@@ -34,15 +34,21 @@ struct Tables {
   unsigned char digit[256] = {};
 
   Tables() {
-    kind['+'] = Blank;
-    kind['%'] = Escape;
-    kind['\r'] = kind['\n'] = LineEnd;
-    kind['&'] = ValueEnd;
+    setKind("+", Blank);
+    setKind("%", Escape);
+    setKind("\r\n", LineEnd);
+    setKind("&", ValueEnd);
     const std::string lower = "0123456789abcdef";
     const std::string upper = "0123456789ABCDEF";
     for (unsigned char value = 0; value < 16; ++value) {
       digit[static_cast<unsigned char>(lower[value])] = value;
       digit[static_cast<unsigned char>(upper[value])] = value;
+    }
+  }
+
+  void setKind(const std::string& characters, Kind value) {
+    for (const char character : characters) {
+      kind[static_cast<unsigned char>(character)] = value;
     }
   }
 };

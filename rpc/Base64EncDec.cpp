@@ -135,8 +135,8 @@ std::uint32_t cleanGroup(const char* in) {
          kDecodeTable.place[3][static_cast<unsigned char>(in[3])];
 }
 
-// Decodes one text; knows where it reads and writes. `in` and `out` may be the same: writing overtakes reading only when
-// that has stopped for good, at a character that ends the input, and what is written there then ends it too.
+// Decodes one text; knows where it reads and writes. `in` and `out` may be the same: writing overtakes reading only
+// when that has stopped for good, at a character that ends the input, and what is written there then ends it too.
 class Decoder {
  public:
   Decoder(char* in, std::size_t groups, char* out, std::size_t maxOut)

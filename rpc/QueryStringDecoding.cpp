@@ -15,10 +15,7 @@ constexpr std::size_t kEscape = 3;  // characters
 constexpr std::uint64_t kOnes = 0x0101010101010101;
 constexpr std::uint64_t kHighBits = 0x80 * kOnes;
 
-// All characters with a meaning in a value are below it; letters, digits and most others are not.
-constexpr unsigned char kFirstPlain = 0x2C;
-
-enum Kind : unsigned char { Kind_Plain, Kind_Blank, Kind_Escape, Kind_LineEnd, Kind_ValueEnd };
+enum Kind : unsigned char { Kind_Run, Kind_Escape, Kind_LineEnd, Kind_ValueEnd };
 
 struct Tables {
   Kind kind[256];          // of a character in a value
@@ -31,7 +28,6 @@ constexpr std::size_t indexOf(char character) {
 
 constexpr Tables makeTables() {
   Tables tables{};
-  tables.kind[indexOf('+')] = Kind_Blank;
   tables.kind[indexOf('%')] = Kind_Escape;
   tables.kind[indexOf('\r')] = Kind_LineEnd;
   tables.kind[indexOf('\n')] = Kind_LineEnd;
@@ -65,15 +61,30 @@ std::uint64_t loadWord(const char* in) {
   return word;
 }
 
-// The high bit of each byte that is below kFirstPlain, and of no other.
-std::uint64_t specialBytes(std::uint64_t word) {
-  return ~(((word | kHighBits) - kFirstPlain * kOnes) | word) & kHighBits;
+// The high bit of each byte that is below `limit`, which is at most 0x80, and of no other.
+constexpr std::uint64_t bytesBelow(std::uint64_t word, unsigned char limit) {
+  return ~(((word | kHighBits) - limit * kOnes) | word) & kHighBits;
 }
 
-// The high bit of each byte that is '=', and of no other.
-std::uint64_t equalsSigns(std::uint64_t word) {
-  const std::uint64_t difference = word ^ ('=' * kOnes);
+// The high bit of each byte that is `character`, which is ASCII, and of no other.
+constexpr std::uint64_t bytesEqualTo(std::uint64_t word, unsigned char character) {
+  const std::uint64_t difference = word ^ (character * kOnes);
   return ~(((difference & ~kHighBits) + ~kHighBits) | difference) & kHighBits;
+}
+
+// Marks what a word of a name cannot be taken over for. Letters, digits and most other characters are above '+'; what
+// is below without a meaning is looked at singly.
+std::uint64_t specialInName(std::uint64_t word) {
+  return bytesBelow(word, '+' + 1) | bytesEqualTo(word, '=');
+}
+
+// The same of a value. '+' is none: blanksForPluses() does it for the whole word.
+std::uint64_t specialInValue(std::uint64_t word) {
+  return bytesBelow(word, '+');
+}
+
+std::uint64_t blanksForPluses(std::uint64_t word) {
+  return word ^ ((bytesEqualTo(word, '+') >> 7U) * ('+' ^ ' '));
 }
 
 // The index, in memory, of the first byte that is marked. REQUIRES: one is.
@@ -97,7 +108,7 @@ bool endsNameRun(char character) {
 const char* nameRunEnd(const char* cursor, const char* end) {
   for (; distance(cursor, end) >= kWord; cursor += kWord) {
     const std::uint64_t word = loadWord(cursor);
-    const std::uint64_t marks = specialBytes(word) | equalsSigns(word);
+    const std::uint64_t marks = specialInName(word);
     if (marks != 0) {
       cursor += firstMarked(marks);
       break;
@@ -106,25 +117,34 @@ const char* nameRunEnd(const char* cursor, const char* end) {
   return std::find_if(cursor, end, endsNameRun);
 }
 
-// Copies the plain characters at `cursor`, of which there is one at least: all of them, but for those that look special
-// at first sight, in words as long as the input has whole words left.
-void copyPlain(const char*& cursor, const char* end, char*& out) {
-  *out++ = *cursor++;
+// Puts the first `count` bytes of the word, which stood at `cursor`. All of it may be stored as long as that covers
+// nothing that is still to be read.
+void storeBeginning(std::uint64_t word, std::size_t count, const char*& cursor, char*& out) {
+  if (distance(out, cursor) + count >= kWord) {
+    memcpy(out, &word, kWord);
+  } else {
+    memcpy(out, &word, count);
+  }
+  cursor += count;
+  out += count;
+}
+
+// Copies the characters at `cursor` that need no more than blanks for pluses, of which there is one at least: all of
+// them, but for those that look special at first sight, as long as the input has whole words left.
+void copyRun(const char*& cursor, const char* end, char*& out) {
+  *out++ = *cursor == '+' ? ' ' : *cursor;
+  ++cursor;
   while (distance(cursor, end) >= kWord) {
     const std::uint64_t word = loadWord(cursor);
-    const std::uint64_t marks = specialBytes(word);
-    const std::size_t count = marks != 0 ? firstMarked(marks) : kWord;
-    // A whole word may be stored as long as it covers nothing that is still to be read.
-    if (distance(out, cursor) + count >= kWord) {
-      memcpy(out, &word, kWord);
-    } else {
-      memmove(out, cursor, count);
-    }
-    cursor += count;
-    out += count;
+    const std::uint64_t marks = specialInValue(word);
+    const std::uint64_t decoded = blanksForPluses(word);
     if (marks != 0) {
+      storeBeginning(decoded, firstMarked(marks), cursor, out);
       return;
     }
+    memcpy(out, &decoded, kWord);
+    cursor += kWord;
+    out += kWord;
   }
 }
 
@@ -203,8 +223,8 @@ void decodeName(const char*& cursor, const char* end, std::string& name) {
 void decodeValue(const char*& cursor, const char* end, char*& out) {
   while (cursor != end) {
     switch (kindOf(*cursor)) {
-      case Kind_Plain:
-        copyPlain(cursor, end, out);
+      case Kind_Run:
+        copyRun(cursor, end, out);
         break;
       case Kind_ValueEnd:
         ++cursor;
@@ -216,10 +236,6 @@ void decodeValue(const char*& cursor, const char* end, char*& out) {
         do {
           *out++ = decodeEscape(cursor, end);
         } while (cursor != end && *cursor == '%');
-        break;
-      case Kind_Blank:
-        ++cursor;
-        *out++ = ' ';
         break;
     }
   }
