@@ -1,44 +1,15 @@
 // A program of its own, because it replaces the allocator of all objects.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <atomic>
-#include <new>
 
 #include "IpcAddressCore.h"
 #include "IpcEventReceiver.h"
 #include "ipc/IpcTestSupport.h"
 #include "ipc/LoopFixture.h"
+#include "ipc/ReplacedAllocator.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
-
-namespace {
-
-std::atomic<bool> s_isOutOfMemory{false};
-
-}  // namespace
-
-void* operator new(size_t size) {
-  void* const block = malloc(size);
-  if (block == nullptr) {
-    throw std::bad_alloc();
-  }
-  return block;
-}
-void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return s_isOutOfMemory.load() ? nullptr : malloc(size);
-}
-void operator delete(void* block) noexcept {
-  free(block);
-}
-void operator delete(void* block, size_t /*size*/) noexcept {
-  free(block);
-}
-void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
-  free(block);
-}
 
 namespace {
 
@@ -54,9 +25,8 @@ class IpcEventReceiverNoMemoryTest : public testing::Test {
   }
 
   void receiveWithoutMemory() {
-    s_isOutOfMemory = true;
+    const KelpTest::NoMemoryForNothrowNew noMemory;
     receive("lost");
-    s_isOutOfMemory = false;
   }
 
   Kelp::IpcEventReceiver m_receiver;

@@ -322,6 +322,7 @@ TEST(IpcReceiverCreationTest, AFifoThatCannotBeMadeFailsEveryReceive) {
 }
 
 TEST(IpcReceiverCreationTest, WithoutADescriptorLeftEveryReceiveFails) {
+  { const IpcReceiver receiver(kFifoPath); }
   const LogCapture log;
   const KelpTest::DescriptorShortage shortage(0);
   IpcReceiver receiver(kFifoPath);

@@ -1,19 +1,17 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <memory>
-#include <new>
 #include <set>
 #include <thread>
 
 #include "IpcAddressApp.h"
 #include "IpcSender.h"
 #include "ipc/IpcTestSupport.h"
+#include "ipc/ReplacedAllocator.h"
 #include "ipc/Sigpipe.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
@@ -31,28 +29,6 @@ using KelpTest::SigpipeBlocked;
 using KelpTest::SigpipeDisposition;
 using KelpTest::takePendingSigpipes;
 using KelpTest::WireMessage;
-
-namespace {
-
-std::atomic<int> s_allocations{0};
-
-}  // namespace
-
-// Counted, so that a test can tell that none happened.
-void* operator new(size_t size) {
-  s_allocations.fetch_add(1);
-  void* const block = malloc(size);
-  if (block == nullptr) {
-    throw std::bad_alloc();
-  }
-  return block;
-}
-void operator delete(void* block) noexcept {
-  free(block);
-}
-void operator delete(void* block, size_t /*size*/) noexcept {
-  free(block);
-}
 
 namespace {
 
@@ -191,10 +167,10 @@ TEST_F(IpcSenderTest, SendingAllocatesNothing) {
   IpcSender sender(kFifoPath);
   IpcHeader header = headerFor(5, 5);
   std::string text = "hello";
-  const int allocations = s_allocations.load();
+  const int allocations = KelpTest::newCount();
   const int mallocs = callCount(Call::Malloc);
   const Kelp::CommonReturnCode_t result = sender.send(header, KelpTest::payload<IpcData>(text));
-  EXPECT_EQ(allocations, s_allocations.load());
+  EXPECT_EQ(allocations, KelpTest::newCount());
   EXPECT_EQ(mallocs, callCount(Call::Malloc));
   EXPECT_EQ(Kelp::CommonReturnCode_Ok, result);
 }

@@ -16,7 +16,7 @@ namespace KelpTest {
 
 namespace {
 
-constexpr unsigned kChildSeconds = 60;
+constexpr unsigned kChildSeconds = 300;
 constexpr rlim_t kFewDescriptors = 64;
 
 std::string linkTarget(const std::string& path) {

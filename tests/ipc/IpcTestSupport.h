@@ -33,7 +33,8 @@ Data& payload(std::string& text) {
 // The payload that a handler was given.
 std::string textOf(const Kelp::IpcData& data, int dataSize);
 
-// While it lives, the process can open no more than `spare` further descriptors.
+// While it lives, the process can open no more than `spare` further descriptors. What is to run meanwhile has to have
+// run before: the undefined behaviour sanitizer needs descriptors where it meets a type for the first time.
 class DescriptorShortage {
  public:
   explicit DescriptorShortage(int spare);
@@ -47,7 +48,7 @@ class DescriptorShortage {
 };
 
 // A child process that runs `body` and exits with its result. It is killed and reaped at the latest when the object
-// dies, and ends by itself after a minute. To be built while the process has one thread.
+// dies, and ends by itself after five minutes. To be built while the process has one thread.
 class ChildProcess {
  public:
   explicit ChildProcess(const std::function<int()>& body);
