@@ -9,6 +9,7 @@ namespace Kelp {
 
 using ExecMessage = ExecObject*;
 
+// NOLINTNEXTLINE(bugprone-sizeof-expression): the pointer itself travels
 constexpr int kExecMessageSize = static_cast<int>(sizeof(ExecMessage));
 
 }  // namespace Kelp

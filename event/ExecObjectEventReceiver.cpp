@@ -15,7 +15,7 @@ ExecObjectEventReceiver::ExecObjectEventReceiver() : EventReceiver(true) {
   KELP_ASSERT_AT(36, ::pipe2(fds, O_CLOEXEC) != -1, "false",
                  "Kelp::ExecObjectEventReceiver::ExecObjectEventReceiver()");
   setFd(fds[0]);
-  m_pSender.reset(new ExecObjectEventSender(fds[1]));
+  m_pSender = std::make_unique<ExecObjectEventSender>(fds[1]);
 }
 
 ExecObjectEventReceiver::~ExecObjectEventReceiver() = default;

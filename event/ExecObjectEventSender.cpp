@@ -16,7 +16,7 @@ int ExecObjectEventSender::getFd() const {
 }
 
 void ExecObjectEventSender::send(ExecObject& object) {
-  const ExecMessage message = &object;
+  ExecMessage message = &object;
   if (m_fdOperator.write(&message, kExecMessageSize) != kExecMessageSize) {
     KELP_LOG_ERROR_AT(50, "###ERROR###\n");
   }

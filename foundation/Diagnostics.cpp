@@ -26,6 +26,7 @@ size_t endLine(char* line, size_t length) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): stands in for a function that is variadic
 int fallbackPfLogPrintf(unsigned int level, const char* format, ...) {
   if (level != kPfLogLevelError) {
     return 0;

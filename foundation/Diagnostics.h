@@ -11,9 +11,11 @@
 #include "PfLog.h"
 
 // Weak: null where no logger is in the process.
+// NOLINTNEXTLINE(readability-redundant-declaration): the public one cannot be weak, or a definition would be so too
 extern "C" int PfLogPrintf(unsigned int level, const char* format, ...) __attribute__((weak, format(printf, 2, 3)));
 
 // Declared here as the C library's header does, because that header hides it under NDEBUG.
+// NOLINTNEXTLINE(readability-redundant-declaration,bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" void __assert_fail(const char* expression, const char* file, unsigned int line,
                               const char* function) noexcept __attribute__((noreturn));
 

@@ -3,8 +3,10 @@
 namespace Kelp {
 
 // Made before the statics of a program that links the archive, which may hold preferences.
+// NOLINTBEGIN(cert-err58-cpp): a process without memory for nine bytes does not start
 [[gnu::init_priority(101)]] const std::string AppPrefBoolean::s_strTrue = "TRUE";
 [[gnu::init_priority(101)]] const std::string AppPrefBoolean::s_strFalse = "FALSE";
+// NOLINTEND(cert-err58-cpp)
 
 AppPrefBoolean::AppPrefBoolean(const std::string& prefName, const std::string& defaultValue, ApiAccessType appApiAccess,
                                ApiAccessType webApiAccess, const std::string& value)

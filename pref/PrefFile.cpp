@@ -53,7 +53,7 @@ bool addValue(const JsonOwner& object, const char* key, JsonOwner value) {
   if (value == nullptr || json_object_object_add(object.get(), key, value.get()) != 0) {
     return false;
   }
-  value.release();
+  static_cast<void>(value.release());
   return true;
 }
 
@@ -61,7 +61,7 @@ bool addElement(const JsonOwner& array, JsonOwner value) {
   if (value == nullptr || json_object_array_add(array.get(), value.get()) != 0) {
     return false;
   }
-  value.release();
+  static_cast<void>(value.release());
   return true;
 }
 

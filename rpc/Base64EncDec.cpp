@@ -80,7 +80,7 @@ void storeBigEndian(unsigned char* out, std::uint32_t value) {
 }
 
 void putPair(std::uint64_t bits, unsigned char* out) {
-  memcpy(out, kEncodeTable.pair[bits % (kDigits * kDigits)], 2);
+  memcpy(out, kEncodeTable.pair[bits % (std::uint64_t{kDigits} * kDigits)], 2);
 }
 
 // The last group may have 1 or 2 bytes: padding then stands for what is missing.

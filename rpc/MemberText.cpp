@@ -22,6 +22,7 @@ int MemberText::toDecimal() const {
 
 void MemberText::toHexadecimal(int& value) const {
   unsigned int scanned = 0;
+  // NOLINTNEXTLINE(cert-err34-c): what sscanf takes for a number is the rule, too many digits included
   if (sscanf(m_pText, "%08X", &scanned) == 1) {
     value = static_cast<int>(scanned);
   }

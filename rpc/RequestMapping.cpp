@@ -11,7 +11,7 @@ namespace Kelp {
 
 namespace {
 
-constexpr long long kMostPopulated = 64 * 1024;  // bytes
+constexpr long long kMostPopulated = 64LL * 1024;  // bytes
 
 }  // namespace
 
