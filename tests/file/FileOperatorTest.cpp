@@ -76,6 +76,7 @@ TEST(FileOperatorTest, OpenSetsCloseOnExec) {
 
 TEST(FileOperatorTest, OpenCreatesWithTheGivenMode) {
   umask(022);
+  unlink(kPath);
   FileOperator file(kPath, false);
   ASSERT_EQ(file.open(O_CREAT | O_WRONLY, 0640), 0);
   struct stat status = {};
