@@ -110,9 +110,10 @@ TEST_F(ResponseDispatcherTest, AHandlerMayDeleteItselfOnItsResponse) {
   handler->then = [handler](SessionId_t /*sessionId*/) { delete handler; };
   m_dispatcher.addResponseHandler(7, *handler, -1);
   m_dispatcher.addResponseHandler(8, *handler, -1);
+  const LogLine removed = removedLine(handler);
   const LogCapture log;
   dispatch(m_dispatcher, 7);
-  EXPECT_EQ(std::vector<LogLine>{removedLine(handler)}, log.lines());
+  EXPECT_EQ(std::vector<LogLine>{removed}, log.lines());
 }
 
 TEST_F(ResponseDispatcherTest, AHandlerThatDiesEndsAllItsSessionsAndNoOther) {
@@ -121,9 +122,10 @@ TEST_F(ResponseDispatcherTest, AHandlerThatDiesEndsAllItsSessionsAndNoOther) {
   m_dispatcher.addResponseHandler(6, *dying, -1);
   m_dispatcher.addResponseHandler(7, other, -1);
   m_dispatcher.addResponseHandler(8, *dying, -1);
+  const LogLine removed = removedLine(dying);
   const LogCapture log;
   delete dying;
-  EXPECT_EQ((std::vector<LogLine>{removedLine(dying), removedLine(dying)}), log.lines());
+  EXPECT_EQ((std::vector<LogLine>{removed, removed}), log.lines());
   dispatch(m_dispatcher, 7);
   EXPECT_EQ(1U, other.told.size());
   dispatch(m_dispatcher, 8);
@@ -314,6 +316,7 @@ TEST_F(ResponseDispatcherTimeoutTest, AHandlerMayAskAgainWhenItsTimeIsUp) {
 
 TEST_F(ResponseDispatcherTimeoutTest, AHandlerMayDeleteItselfWhenItsTimeIsUp) {
   auto* const handler = new ResponseRecorder;
+  const LogLine removed = removedLine(handler);
   const LogCapture log;
   runLoop([&] {
     handler->then = [handler](SessionId_t /*sessionId*/) {
@@ -323,7 +326,7 @@ TEST_F(ResponseDispatcherTimeoutTest, AHandlerMayDeleteItselfWhenItsTimeIsUp) {
     m_dispatcher.addResponseHandler(7, *handler, 1);
     m_dispatcher.addResponseHandler(8, *handler, 60000);
   });
-  EXPECT_TRUE(log.contains(removedLine(handler)));
+  EXPECT_TRUE(log.contains(removed));
   EXPECT_TRUE(log.errors().empty());
 }
 

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <ostream>
 
 namespace KelpTest {
@@ -48,7 +49,7 @@ WireMessage makeMessage(uint32_t kind, uint32_t sessionId, uint32_t srcAddressTy
 }
 
 Bytes toBytes(const WireMessage& message) {
-  Bytes bytes(kHeadSize);
+  Bytes bytes(kHeadSize + message.payload.size());
   putWord(bytes, 0, message.kind);
   putWord(bytes, 4, message.sessionId);
   putWord(bytes, 8, message.srcAddressType);
@@ -57,7 +58,7 @@ Bytes toBytes(const WireMessage& message) {
   putWord(bytes, 20, message.dataSize);
   putWord(bytes, 24, message.reserved[0]);
   putWord(bytes, 28, message.reserved[1]);
-  bytes.insert(bytes.end(), message.payload.begin(), message.payload.end());
+  std::copy(message.payload.begin(), message.payload.end(), bytes.begin() + kHeadSize);
   return bytes;
 }
 
