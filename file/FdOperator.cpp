@@ -40,7 +40,7 @@ void FdOperator::setFd(int fd) {
 }
 
 long FdOperator::lseek(long offset, int whence) {
-  return ::lseek(m_fd, offset, whence);
+  return static_cast<long>(::lseek(m_fd, offset, whence));
 }
 
 long long FdOperator::size() const {
