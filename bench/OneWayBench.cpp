@@ -98,8 +98,8 @@ template <typename SendAs, typename ReceiveAll>
 double costOfAMessage(const Load& load, SendAs sendAs, ReceiveAll receiveAll) {
   Senders senders;
   for (int i = 0; i < load.senders; ++i) {
-    senders.push_back(std::make_unique<ChildProcess>(
-        [&load, sendAs, i](const ChildProcess::Link& receiver) { sendAs(i, receiver); }));
+    senders.push_back(
+        std::make_unique<ChildProcess>([sendAs, i](const ChildProcess::Link& receiver) { sendAs(i, receiver); }));
     senders.back()->link().wait();
   }
   Intake intake(load, senders);

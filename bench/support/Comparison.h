@@ -30,11 +30,11 @@ constexpr Goal atLeast(double ratio) {
   return {Goal::Bound::AtLeast, ratio};
 }
 
-// Prints the row; returns Kelp's figure.
+// Measures both sides and prints their row; returns Kelp's figure. `name` says what the floor is where that is not the
+// same work by plain system calls.
 double compare(const std::string& name, Figure figure, Goal goal, const Side& kelp, const Side& floor);
 
-// Prints a row that compares figures that were measured before. `floorName` says what stands in the floor's column
-// where that is no floor.
+// Prints a row of figures that were measured before.
 void report(const std::string& name, Figure figure, Goal goal, double kelp, double floor);
 
 double median(std::vector<double> values);
