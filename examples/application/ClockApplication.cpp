@@ -44,21 +44,28 @@ ClockApplication::ClockApplication(const std::string& name, const Kelp::IpcAddre
       m_ipcEventReceiver(m_address),
       m_signalEventReceiver({SIGTERM, SIGINT}, *this) {
   setHandlers();
-  m_looper.addEventReceiver(m_ipcEventReceiver);
+  m_isReceiving = m_looper.addEventReceiver(m_ipcEventReceiver);
   m_looper.addEventReceiver(m_signalEventReceiver);
 }
 
 ClockApplication::~ClockApplication() {
   Kelp::TimerService::getInstance().cancelTimer(m_reportTimer);
   m_looper.removeEventReceiver(m_signalEventReceiver);
-  m_looper.removeEventReceiver(m_ipcEventReceiver);
+  if (m_isReceiving) {
+    m_looper.removeEventReceiver(m_ipcEventReceiver);
+  }
 }
 
 // The first report goes out at once: it tells the core that the application is up.
-void ClockApplication::run() {
+bool ClockApplication::run() {
+  if (!m_isReceiving) {
+    note("%s cannot be made", m_address.getFifoFilePath().c_str());
+    return false;
+  }
   readPreferences();
   report();
   m_looper.runEventLoop();
+  return true;
 }
 
 // Only the core has something to say here.

@@ -31,8 +31,8 @@ class ClockApplication : public Kelp::IpcEventReceiver::OneWayRequestHandler,
   ClockApplication(const ClockApplication&) = delete;
   ClockApplication& operator=(const ClockApplication&) = delete;
 
-  // Returns when the application has been told to end.
-  void run();
+  // Returns true when the application has been told to end; false, at once, when its FIFO could not be made.
+  bool run();
 
   void handleOneWayRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataOneWayRequest& data, int dataSize) override;
   void notifyCyclicTimer(Kelp::TimerId_t timerId, int count) override;
@@ -51,6 +51,7 @@ class ClockApplication : public Kelp::IpcEventReceiver::OneWayRequestHandler,
   UnexpectedMessages m_unexpectedMessages;
   Kelp::IpcEventReceiver m_ipcEventReceiver;
   SignalEventReceiver m_signalEventReceiver;
+  bool m_isReceiving;
   Kelp::TimerId_t m_reportTimer = Kelp::INVALID_TIMER_ID;
   int m_reportCount = 0;
 

@@ -23,10 +23,11 @@ int main(int argc, char** argv) {
     return EXIT_FAILURE;
   }
   Kelp::TimerService::createInstance();
+  bool hasRun;
   {
     KelpExample::ClockApplication application(argv[1], address);
-    application.run();
+    hasRun = application.run();
   }
   Kelp::TimerService::destroyInstance();
-  return EXIT_SUCCESS;
+  return hasRun ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -60,10 +60,9 @@ bool writePayloadFile(const std::string& path, const std::string& bytes) {
 }
 
 // Whoever wrote the name could have put anything there: a link, a FIFO that blocks, a file without end.
-bool isReadable(const Kelp::FileOperator& file) {
+bool isPlainFile(const Kelp::FileOperator& file) {
   struct stat status;
-  return fstat(file.getFd(), &status) == 0 && S_ISREG(status.st_mode) &&
-         status.st_size <= static_cast<off_t>(kMaxRecordBytes);
+  return fstat(file.getFd(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool readPayloadFile(const std::string& path, std::string& bytes) {
@@ -72,12 +71,12 @@ bool readPayloadFile(const std::string& path, std::string& bytes) {
     return false;
   }
   file.setFileRemovalOnObjectDeletion(true);
-  if (!isReadable(file)) {
+  const long long size = file.size();
+  if (!isPlainFile(file) || size > static_cast<long long>(kMaxRecordBytes)) {
     return false;
   }
-  bytes.resize(static_cast<size_t>(file.size()));
-  const auto size = static_cast<int>(bytes.size());
-  return file.readNoTimeout(&bytes[0], size) == size;
+  bytes.resize(static_cast<size_t>(size));
+  return file.readNoTimeout(&bytes[0], static_cast<int>(size)) == size;
 }
 
 }  // namespace

@@ -25,9 +25,6 @@ int Application::getInstallId() const {
 }
 
 Kelp::CommonReturnCode_t Application::start(int execId) {
-  if (m_process != nullptr) {
-    return Kelp::CommonReturnCode_BadApplicationStatus;
-  }
   auto process = std::make_unique<ApplicationProcess>(m_name, m_installId, execId, m_self);
   if (!process->start()) {
     return Kelp::CommonReturnCode_ApplicationStartError;

@@ -21,7 +21,7 @@ class Application {
   const std::string& getName() const;
   int getInstallId() const;
 
-  // Returns 0, 13 when it runs already, or 17 when its program cannot be run.
+  // Returns 0, or 17 when the program cannot be run. REQUIRES: the application does not run.
   Kelp::CommonReturnCode_t start(int execId);
 
   // Null while the application does not run.

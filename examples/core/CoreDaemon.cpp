@@ -17,18 +17,25 @@ CoreDaemon::CoreDaemon()
       m_ipcEventReceiver(m_address),
       m_signalEventReceiver({SIGTERM, SIGINT, SIGCHLD}, *this) {
   setHandlers();
-  m_looper.addEventReceiver(m_ipcEventReceiver);
+  m_isReceiving = m_looper.addEventReceiver(m_ipcEventReceiver);
   m_looper.addEventReceiver(m_signalEventReceiver);
 }
 
 CoreDaemon::~CoreDaemon() {
   m_looper.removeEventReceiver(m_signalEventReceiver);
-  m_looper.removeEventReceiver(m_ipcEventReceiver);
+  if (m_isReceiving) {
+    m_looper.removeEventReceiver(m_ipcEventReceiver);
+  }
 }
 
-void CoreDaemon::run() {
+bool CoreDaemon::run() {
+  if (!m_isReceiving) {
+    note("%s cannot be made", m_address.getFifoFilePath().c_str());
+    return false;
+  }
   note("serving %zu applications", m_applications.all().size());
   m_looper.runEventLoop();
+  return true;
 }
 
 // API clients ask, applications report; whatever else arrives is answered politely.

@@ -22,8 +22,9 @@ class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
   CoreDaemon(const CoreDaemon&) = delete;
   CoreDaemon& operator=(const CoreDaemon&) = delete;
 
-  // Returns when SIGTERM or SIGINT has come and all applications have ended.
-  void run();
+  // Returns true when SIGTERM or SIGINT has come and all applications have ended; false, at once, when the FIFO could
+  // not be made.
+  bool run();
 
   void handleRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataRequest& data, int dataSize,
                      Kelp::SessionId_t sessionId) override;
@@ -42,6 +43,7 @@ class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
   UnexpectedMessages m_unexpectedMessages;
   Kelp::IpcEventReceiver m_ipcEventReceiver;  // behind all that its handlers use
   SignalEventReceiver m_signalEventReceiver;
+  bool m_isReceiving;
   bool m_isShuttingDown = false;
 };
 

@@ -51,7 +51,7 @@ void WebApiMethods::startApplication(CallPtr call) {
     call->answer(Kelp::CommonReturnCode_InvalidInstallId);
     return;
   }
-  if (m_isShuttingDown) {
+  if (m_isShuttingDown || application->process() != nullptr) {
     call->answer(Kelp::CommonReturnCode_BadApplicationStatus);
     return;
   }

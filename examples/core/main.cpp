@@ -18,10 +18,11 @@ int main() {
     return EXIT_FAILURE;
   }
   Kelp::TimerService::createInstance();
+  bool isServed;
   {
     KelpExample::CoreDaemon core;  // gone before the services that it uses
-    core.run();
+    isServed = core.run();
   }
   Kelp::TimerService::destroyInstance();
-  return EXIT_SUCCESS;
+  return isServed ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -24,7 +24,10 @@ void installApplications();
 // A running core. Killed, if it still runs, when it goes.
 class CoreProcess {
  public:
-  CoreProcess();
+  enum class Start { Succeeds, Fails };
+
+  // Returns when the core reads its FIFO, or, when its start is to fail, at once.
+  explicit CoreProcess(Start start = Start::Succeeds);
   ~CoreProcess();
   CoreProcess(const CoreProcess&) = delete;
   CoreProcess& operator=(const CoreProcess&) = delete;

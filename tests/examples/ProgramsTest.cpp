@@ -120,10 +120,16 @@ TEST_F(ProgramsTest, TheCoreRemovesAStaleFifoWithTheMessagesInIt) {
 
 TEST_F(ProgramsTest, ASecondCoreLeavesTheFirstAlone) {
   CoreProcess core;
-  CoreProcess second;
+  CoreProcess second(CoreProcess::Start::Fails);
   EXPECT_EQ(1, WEXITSTATUS(second.waitForEnd()));
   EXPECT_EQ(200, callApi(kClockList).httpStatus);
   endCore(core);
+}
+
+TEST_F(ProgramsTest, ACoreThatCannotHaveItsFifoSaysSoAndEnds) {
+  std::filesystem::remove(FilePathManager::getCoreTmpPath());
+  std::ofstream(FilePathManager::getCoreTmpPath()) << "in the way";
+  EXPECT_EQ(1, WEXITSTATUS(CoreProcess(CoreProcess::Start::Fails).waitForEnd()));
 }
 
 TEST_F(ProgramsTest, AnUnexpectedRequestGetsAnErrorAnswer) {
