@@ -10,6 +10,14 @@
 #include "common/Note.h"
 #include "common/StaleFifo.h"
 
+namespace {
+
+int toNumber(const char* text) {
+  return static_cast<int>(strtol(text, nullptr, 10));
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   if (argc != 4) {
     fprintf(stderr, "usage: %s NAME INSTALL_ID EXEC_ID\n", argv[0]);
@@ -17,7 +25,7 @@ int main(int argc, char** argv) {
   }
   signal(SIGPIPE, SIG_IGN);
   prctl(PR_SET_PDEATHSIG, SIGTERM);  // a core that crashes takes its applications along, as a container's end would
-  const Kelp::IpcAddressApp address(atoi(argv[2]), atoi(argv[3]));
+  const Kelp::IpcAddressApp address(toNumber(argv[2]), toNumber(argv[3]));
   if (!KelpExample::clearFifoPath(address.getFifoFilePath())) {
     KelpExample::note("%s is in use", address.getFifoFilePath().c_str());
     return EXIT_FAILURE;

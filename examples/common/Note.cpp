@@ -7,6 +7,7 @@
 
 namespace KelpExample {
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): takes what printf takes, and the compiler checks it as such
 void note(const char* format, ...) {
   char text[512];
   va_list arguments;
