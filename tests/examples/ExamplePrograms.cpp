@@ -27,6 +27,7 @@ using Kelp::FilePathManager;
 
 std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (const std::string& text : texts) {
     pointers.push_back(const_cast<char*>(text.c_str()));
   }
@@ -67,7 +68,7 @@ ClientReply parseReply(int exitStatus, const std::string& text) {
   if (text.compare(0, strlen(kStatus), kStatus) != 0 || headEnd == std::string::npos) {
     return {exitStatus, 0, text};
   }
-  return {exitStatus, atoi(text.c_str() + strlen(kStatus)), text.substr(headEnd + 4)};
+  return {exitStatus, static_cast<int>(strtol(text.c_str() + strlen(kStatus), nullptr, 10)), text.substr(headEnd + 4)};
 }
 
 }  // namespace

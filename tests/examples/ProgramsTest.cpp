@@ -58,7 +58,7 @@ int returnCodeOf(const std::string& payload) {
 int processIdOf(const std::string& answer) {
   const char kKey[] = "\"processId\":\"";
   const size_t at = answer.find(kKey);
-  return at == std::string::npos ? -1 : atoi(answer.c_str() + at + sizeof(kKey) - 1);
+  return at == std::string::npos ? -1 : static_cast<int>(strtol(answer.c_str() + at + sizeof(kKey) - 1, nullptr, 10));
 }
 
 bool isClockRunning() {
