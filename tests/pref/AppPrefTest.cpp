@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <memory>
 
@@ -9,6 +8,7 @@
 #include "AppPrefInteger.h"
 #include "AppPrefString.h"
 #include "support/LogCapture.h"
+#include "support/VirtualSlot.h"
 
 namespace {
 
@@ -25,6 +25,7 @@ using Kelp::AppPrefType;
 using KelpTest::errorLine;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::slotOf;
 
 const std::string kLongest(1024, 'x');
 const std::string kTooLong(1025, 'x');
@@ -240,23 +241,12 @@ TEST(AppPrefTest, CloneIsAnItemOfItsOwn) {
   EXPECT_FALSE(clone->hasError());
 }
 
-#if defined(__x86_64__)
-// Here a pointer to a virtual member holds 1 plus the offset of its slot; the destructor takes the first two.
-template <typename Member>
-size_t slotOf(Member member) {
-  size_t words[2];
-  static_assert(sizeof words == sizeof member, "not the expected form of a member pointer");
-  memcpy(words, &member, sizeof words);
-  return (words[0] - 1) / sizeof(void*);
-}
-
 TEST(AppPrefTest, VirtualOperationsHaveTheirSlots) {
   EXPECT_EQ(slotOf(&AppPref::setDefaultValue), 2U);
   EXPECT_EQ(slotOf(&AppPref::setValueByString), 3U);
   EXPECT_EQ(slotOf(&AppPref::makeJsonString), 4U);
   EXPECT_EQ(slotOf(&AppPref::clone), 5U);
 }
-#endif
 
 // Preferences that a program's static constructors build find the class's texts in place.
 const AppPrefBoolean s_earlyPref("early", "TRUE", ApiAccessType_ReadWrite, ApiAccessType_ReadWrite, "TRUE");

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
-#include <stdint.h>
-#include <string.h>
 
 #include <memory>
 
 #include "RpcSerializer.h"
+#include "support/VirtualSlot.h"
 #include "tests/rpc/RecordingSerializer.h"
 
 namespace {
@@ -13,15 +12,7 @@ using Kelp::CommonReturnCode_t;
 using Kelp::KelpObject;
 using Kelp::RpcSerializer;
 using KelpTest::RecordingSerializer;
-
-// The place of a virtual operation in its class's table: a pointer to it holds the offset, the lowest bit apart.
-template <typename Operation>
-size_t slotOf(Operation operation) {
-  uintptr_t offset = 0;
-  static_assert(sizeof(operation) >= sizeof(offset));
-  memcpy(&offset, &operation, sizeof(offset));
-  return (offset & ~uintptr_t{1}) / sizeof(void*);
-}
+using KelpTest::slotOf;
 
 using PutInt = CommonReturnCode_t (RpcSerializer::*)(const std::string&, int&);
 using PutLong = CommonReturnCode_t (RpcSerializer::*)(const std::string&, unsigned long long&);
