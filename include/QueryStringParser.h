@@ -44,6 +44,9 @@ class KELP_EXPORT QueryStringParser : public RpcParser {
   // An empty member gives the empty string.
   CommonReturnCode_t getStringData(const std::string& name, std::string& value) override;
 
+  // Both getters of binary data: text whose length is no multiple of 4 is decoded together with the up to 3 bytes
+  // behind it in the buffer; these may belong to the members that follow, whose values then change.
+
   // The value is Base64 text and is decoded in place, also when the file cannot be written. An empty member creates the
   // file, or touches it, by the shell command "touch", into which the path goes unquoted; the command's result is the
   // getter's.

@@ -4,15 +4,18 @@
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <limits>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -41,6 +44,7 @@ constexpr char kRequest[] = "/tmp/request";
 constexpr char kOutput[] = "/tmp/output";
 constexpr unsigned int kNoMember = 0xFFFFFFFF;
 constexpr int kUntouched = -12345;
+const std::size_t kPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 
 static_assert(!std::is_copy_constructible_v<QueryStringParser> && !std::is_copy_assignable_v<QueryStringParser>,
               "a copy would unmap the same memory");
@@ -151,6 +155,67 @@ void expectEveryGetterAnswersInvalidProtocol(QueryStringParser& parser, const st
   EXPECT_EQ(parser.getBinaryData(name, kOutput), CommonReturnCode_InvalidProtocol);
   EXPECT_NE(access(kOutput, F_OK), 0);
 }
+
+// A hole of whole pages in the address space, the only one that the next mapping of that size fits at. Behind it is a
+// page that ends the process when it is touched: without it, another mapping may follow and hide an access too far.
+class HoleBeforeGuard {
+ public:
+  explicit HoleBeforeGuard(std::size_t size) : m_size(size), m_pHole(reserve(size + kPage)) {
+    munmap(m_pHole, m_size);
+    void* taken = reserve(m_size);
+    for (; taken != m_pHole; taken = reserve(m_size)) {
+      m_fillers.push_back(taken);
+    }
+    munmap(taken, m_size);
+  }
+
+  ~HoleBeforeGuard() {
+    munmap(static_cast<char*>(m_pHole) + m_size, kPage);
+    for (void* const filler : m_fillers) {
+      munmap(filler, m_size);
+    }
+  }
+
+  HoleBeforeGuard(const HoleBeforeGuard&) = delete;
+  HoleBeforeGuard& operator=(const HoleBeforeGuard&) = delete;
+
+  // Whether `path` is mapped where the hole was.
+  bool isFilledBy(const std::string& path) const {
+    std::istringstream maps(readFile("/proc/self/maps"));
+    for (std::string line; std::getline(maps, line);) {
+      if (line.find(path) != std::string::npos) {
+        return std::stoull(line, nullptr, 16) == reinterpret_cast<std::uintptr_t>(m_pHole);
+      }
+    }
+    return false;
+  }
+
+ private:
+  static void* reserve(std::size_t size) {
+    void* const start = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    EXPECT_NE(start, MAP_FAILED);
+    return start;
+  }
+
+  const std::size_t m_size;
+  void* const m_pHole;
+  std::vector<void*> m_fillers;
+};
+
+// As parse(), with memory that cannot be touched behind the mapping.
+class GuardedRequest {
+ public:
+  explicit GuardedRequest(const std::string& body) : m_hole((body.size() + kPage - 1) / kPage * kPage) {
+    m_pParser = parse(body);
+    EXPECT_TRUE(m_hole.isFilledBy(kRequest));
+  }
+
+  QueryStringParser& parser() const { return *m_pParser; }
+
+ private:
+  const HoleBeforeGuard m_hole;
+  std::unique_ptr<QueryStringParser> m_pParser;
+};
 
 // --- Requests
 
@@ -526,21 +591,6 @@ TEST(QueryStringParserTest, DataOfAnOddLengthReadsOnIntoWhatFollows) {
   EXPECT_EQ(getData(*parse("d=TQ"), "d"), ok("M\x04\xD0"));  // of "TQTQ": the value, then the file's own bytes
 }
 
-// The longest values there can be, and shorter ones, where a page and with it the mapping may end.
-TEST(QueryStringParserTest, DataMayEndWithThePage) {
-  for (const std::size_t page : {std::size_t{4096}, std::size_t{65536}}) {
-    for (std::size_t size = page - 4; size <= page + 4; ++size) {
-      for (const std::string head : {"=", "d=", "a=&d=", "=%41&d="}) {
-        const auto parser = parse(head + std::string(size - head.size(), 'A'));
-        const std::string name = head == "=" ? "" : "d";
-        const Text data = getData(*parser, name);
-        ASSERT_EQ(data.result, CommonReturnCode_Ok) << head << size;
-        ASSERT_EQ(data.value.substr(0, page / 2), std::string(page / 2, '\0'));
-      }
-    }
-  }
-}
-
 TEST(QueryStringParserTest, DataIsDecodedToAFile) {
   const auto parser = parse("d=TWFuTQ%3D%3D");
   writeFile(kOutput, "longer than the data");
@@ -658,16 +708,19 @@ const Member& firstNamed(const std::vector<Member>& members, const std::string& 
   return *std::find_if(members.begin(), members.end(), [&](const Member& member) { return member.name == name; });
 }
 
-void expectParsesAsStepByStep(const std::string& body) {
-  const std::vector<Member> members = StepByStep(body).members();
-  const auto parser = parse(body);
+void expectHoldsMembers(const QueryStringParser& parser, const std::vector<Member>& members, const std::string& body) {
   for (const Member& member : members) {
     const Member& first = firstNamed(members, member.name);
     long offset = -1;
-    ASSERT_EQ(parser->getMemberInfo(member.name, offset), first.value.size()) << testing::PrintToString(body);
+    ASSERT_EQ(parser.getMemberInfo(member.name, offset), first.value.size()) << testing::PrintToString(body);
     ASSERT_EQ(offset, static_cast<long>(first.offset)) << testing::PrintToString(body);
-    ASSERT_EQ(getRaw(*parser, member.name), first.value) << testing::PrintToString(body);
+    ASSERT_EQ(getRaw(parser, member.name), first.value) << testing::PrintToString(body);
   }
+}
+
+void expectParsesAsStepByStep(const std::string& body) {
+  const auto parser = parse(body);
+  expectHoldsMembers(*parser, StepByStep(body).members(), body);
 }
 
 std::string escaped(char character) {
@@ -745,6 +798,39 @@ TEST(QueryStringParserTest, ManyMembersParseAsStepByStepHoweverTheyAreSpread) {
   expectParsesAsStepByStep(few + many);
   expectParsesAsStepByStep(many + "&" + few);
   expectParsesAsStepByStep("%" + many + "&" + few + many);
+}
+
+// --- Requests that end with a page, behind which nothing may be touched
+
+// The longest values there can be, and shorter ones, where a page and with it the mapping may end.
+TEST(QueryStringParserTest, DataMayEndWithThePage) {
+  for (const std::size_t end : {kPage, 16 * kPage}) {
+    for (std::size_t size = end - 4; size <= end + 4; ++size) {
+      for (const std::string head : {"=", "d=", "a=&d=", "=&=&d=", "=%41&d="}) {
+        const GuardedRequest request(head + std::string(size - head.size(), 'A'));
+        const Text data = getData(request.parser(), head == "=" ? "" : "d");
+        ASSERT_EQ(data.result, CommonReturnCode_Ok) << head << size;
+        ASSERT_EQ(data.value.substr(0, end / 2), std::string(end / 2, '\0'));
+        ASSERT_GE(data.value.size(), (size - head.size()) / 4 * 3);
+      }
+    }
+  }
+}
+
+// The names before it shift what ends with the page against the words that it is read in.
+TEST(QueryStringParserTest, NameValueAndEscapeMayEndWithThePage) {
+  for (std::size_t shift = 0; shift < 8; ++shift) {
+    for (const std::string join : {"", "=", "=&", "=%41%41%41&b"}) {
+      for (const std::string tail :
+           {"", "%", "%4", "%41", "=", "+", "&", "&x", "&=", "\r\n", "%3D", "=%", "=%4", "=T"}) {
+        const std::string head = std::string(shift, 'a') + join;
+        const std::string body = head + std::string(kPage - head.size() - tail.size(), 'A') + tail;
+        const GuardedRequest request(body);
+        expectHoldsMembers(request.parser(), StepByStep(body).members(), body);
+        ASSERT_FALSE(HasFatalFailure()) << head << " and " << tail;
+      }
+    }
+  }
 }
 
 }  // namespace
