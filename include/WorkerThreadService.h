@@ -1,0 +1,102 @@
+// Runs blocking jobs off the event loops: a loop puts a request, one of the service's worker threads executes it, and
+// the observer is told on the loop that asked.
+//
+// All workers take their work from one channel in the order in which it was put; with several of them, requests that
+// overlap may end in any order, which is why each has an id.
+//
+// The channel holds as many requests as a pipe of 64 KiB has room for pointers: 8,192 on 64 bits, 16,384 on 32.
+// putRequest() waits while it is full. The way back to a loop is a channel of the same size, and a worker waits while
+// that is full. A loop that waits for the workers while they wait for it stands still for ever: let the loops together
+// have no more requests under way than one channel holds.
+//
+// A job runs on a stack of 16384 bytes (more where a sanitizer or the machine demands it), which has to do for all that
+// it calls. The C library, the program's thread-local data and the worker take 5 KiB of it, and a line in the log needs
+// 3 KiB more. A job
+//   - may have up to 4 KiB of frames of its own where it logs or calls Kelp; may read, write, wait and lock; may
+//     allocate, and should keep its buffers there (std::vector, std::string);
+//   - may not recurse deeply, nor have large arrays on the stack, nor call what does: JSON and other recursive parsers,
+//     regular expressions, host name look-ups, printing or scanning floating-point numbers, iostreams, locales,
+//     loading libraries;
+//   - may not let an exception out, nor end its thread, nor wait for a signal: all of them are blocked;
+//   - may not put requests, start timers or use what else belongs to a multi-wait loop: it runs in a loop of its own
+//     kind. Another thread's loop is reached through its exec channel.
+// A job that overruns its stack ends the process with a segmentation fault.
+//
+// Threads: created and destroyed by the host, not on a worker; putRequest() on any thread that runs a multi-wait loop.
+// No lock is held while a job or an observer runs.
+#ifndef KELP_THREAD_WORKER_THREAD_SERVICE_H
+#define KELP_THREAD_WORKER_THREAD_SERVICE_H
+
+#include <stdint.h>
+
+#include <list>
+
+#include "ExecObjectEventReceiver.h"
+#include "KelpExport.h"
+#include "KelpObject.h"
+#include "Mutex.h"
+
+namespace Kelp {
+
+class WorkerThread;
+
+// Names a request. The first of a service is 0, each following one greater by 1; behind 2147483647 comes -2147483648.
+using WorkerThreadExecId_t = int32_t;
+
+class KELP_EXPORT WorkerThreadService : public KelpObject {
+ public:
+  // A job. Not owned; it must live until its observer has been notified.
+  class KELP_EXPORT RequestToWorkerThread {
+   public:
+    virtual ~RequestToWorkerThread();
+
+    // Called once, on a worker thread, with the limits above.
+    virtual void executeInWorkerThread() = 0;
+  };
+
+  // Is told when a job is done. Not owned; it must live until then.
+  class KELP_EXPORT WorkerObserver {
+   public:
+    virtual ~WorkerObserver();
+
+    // Called once, on the thread of the loop that put the request; what the job wrote is visible here. The service does
+    // not touch the request any more: it may be deleted.
+    virtual void notifyFromWorkerThread(WorkerThreadExecId_t execId, RequestToWorkerThread& request) = 0;
+  };
+
+  WorkerThreadService(const WorkerThreadService&) = delete;
+  WorkerThreadService& operator=(const WorkerThreadService&) = delete;
+
+  // Starts `numThreads` workers. With fewer than 1 there is none: requests stay in the channel and are never served.
+  // Creating a second service, and getting or destroying one that does not exist, ends the process.
+  static void createInstance(int numThreads);
+  static WorkerThreadService& getInstance();
+
+  // Blocks until the workers have executed all that was put before, and ended. The answers are then on their way: a
+  // loop that keeps running notifies its observers. Not to be called on a loop's thread while the answers to that loop
+  // are more than its channel holds. Nobody may put a request meanwhile.
+  static void destroyInstance();
+
+  // Has the request executed; returns at once with its id unless the channel is full. The calling thread must run a
+  // multi-wait loop, or the process ends; that looper must live until the observer has been notified. A request that
+  // the channel refuses is lost, after one error line.
+  WorkerThreadExecId_t putRequest(RequestToWorkerThread& request, WorkerObserver& observer);
+
+  // Takes the next id. Can be called on any thread.
+  WorkerThreadExecId_t createNextId();
+
+ private:
+  explicit WorkerThreadService(int numThreads);
+  ~WorkerThreadService() override;
+
+  static WorkerThreadService* s_pThis;
+
+  ExecObjectEventReceiver m_requestChannel;  // served by every worker
+  WorkerThreadExecId_t m_nextId;             // guarded by m_mutex
+  std::list<WorkerThread*> m_workers;        // owned
+  Mutex m_mutex;
+};
+
+}  // namespace Kelp
+
+#endif  // KELP_THREAD_WORKER_THREAD_SERVICE_H
