@@ -31,7 +31,7 @@ class KELP_EXPORT Base64EncDec : public KelpObject {
   // Encodes `inSize` bytes to `out`, which has room for `maxSize` characters; no terminating NUL. `outSize` becomes the
   // number of characters. No bytes, or 2^31 and more, give none.
   // Returns "OK" (0), or "Invalid Parameter" (1), with nothing touched, when a pointer is null or encodeSize(inSize)
-  // exceeds `maxSize`.
+  // exceeds `maxSize`. encodeSize() wraps round from 2^30 bytes on: text that then finds no room ends the process.
   CommonReturnCode_t putBase64(const unsigned char* in, unsigned int inSize, unsigned char* out, unsigned int maxSize,
                                unsigned int& outSize) const;
 

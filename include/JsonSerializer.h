@@ -48,8 +48,9 @@ class KELP_EXPORT JsonSerializer : public RpcSerializer {
                                                                                                    // low 32 bits only
   CommonReturnCode_t putStringData(const std::string& name, const std::string& value) override;
 
-  // Add bytes as Base64 text. Return 0, or after one error line 1 (Invalid Parameter) when the bytes cannot be encoded,
-  // as with a null `data`, and 15 (I/O error) when the file cannot be opened or read whole; nothing is added then.
+  // Add bytes as Base64 text, a block of fewer than 2^30. Return 0, or after one error line 1 (Invalid Parameter) when
+  // the bytes cannot be encoded, as with a null `data`, and 15 (I/O error) when the file cannot be opened or read whole
+  // or has 2^30 bytes or more; nothing is added then.
   CommonReturnCode_t putBinaryData(const std::string& name, const std::string& filePath) override;
   CommonReturnCode_t putBinaryData(const std::string& name, void* data, unsigned int& size) override;
 
