@@ -17,6 +17,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -599,6 +600,34 @@ TEST(QueryStringParserTest, DataIsDecodedToAFile) {
   writeFile(kOutput, "longer than the data");
   EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
   EXPECT_EQ(readFile(kOutput), "ManM");
+}
+
+// How many descriptors are open on the file; each must be one that a program started meanwhile does not get.
+std::size_t closeOnExecDescriptors(const std::string& path) {
+  std::size_t count = 0;
+  DIR* const directory = opendir("/proc/self/fd");
+  while (const dirent* const entry = readdir(directory)) {
+    char target[256] = {};
+    if (readlinkat(dirfd(directory), entry->d_name, target, sizeof target - 1) > 0 && path == target) {
+      EXPECT_EQ(fcntl(std::stoi(entry->d_name), F_GETFD), FD_CLOEXEC);
+      ++count;
+    }
+  }
+  closedir(directory);
+  return count;
+}
+
+TEST(QueryStringParserTest, OutputFileIsCloseOnExec) {
+  const auto parser = parse("d=" + std::string(1 << 20, 'A'));
+  ASSERT_EQ(mkfifo(kOutput, 0600), 0);  // holds less than the data: the file stays open until that is read
+  std::thread writer([&] { EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok); });
+  FILE* const reader = fopen(kOutput, "re");
+  EXPECT_NE(fgetc(reader), EOF);
+  EXPECT_EQ(closeOnExecDescriptors(kOutput), 2U);  // the writer's and the reader's
+  while (fgetc(reader) != EOF) {
+  }
+  fclose(reader);
+  writer.join();
 }
 
 TEST(QueryStringParserTest, EmptyDataCreatesTheFileThroughTheShell) {
