@@ -37,46 +37,61 @@ struct End {
   uint32_t word1;
 };
 
-const End kApp = {std::make_shared<Kelp::IpcAddressApp>(3, -1), "/tmp/Kelp/fifo00000003_FFFFFFFF", 0, 3, 0xFFFFFFFF};
-const End kApi = {std::make_shared<Kelp::IpcAddressApi>(1234), "/tmp/Kelp/fifo000004D2", 1, 1234, 0};
-const End kCore = {std::make_shared<Kelp::IpcAddressCore>(), "/tmp/Kelp/fifocore", 2, 0xCCCCCCCC, 0};
+const End& appEnd() {
+  static const End s_end = {std::make_shared<Kelp::IpcAddressApp>(3, -1), "/tmp/Kelp/fifo00000003_FFFFFFFF", 0, 3,
+                            0xFFFFFFFF};
+  return s_end;
+}
+
+const End& apiEnd() {
+  static const End s_end = {std::make_shared<Kelp::IpcAddressApi>(1234), "/tmp/Kelp/fifo000004D2", 1, 1234, 0};
+  return s_end;
+}
+
+const End& coreEnd() {
+  static const End s_end = {std::make_shared<Kelp::IpcAddressCore>(), "/tmp/Kelp/fifocore", 2, 0xCCCCCCCC, 0};
+  return s_end;
+}
 
 struct Ends {
   const char* name;
-  const End* own;
-  const End* foreign;
+  const End& (*own)();
+  const End& (*foreign)();
 };
 
 void PrintTo(const Ends& ends, std::ostream* out) {
   *out << ends.name;
 }
 
-const Ends kEnds[] = {{"CoreAndApp", &kCore, &kApp},
-                      {"CoreAndApi", &kCore, &kApi},
-                      {"AppAndCore", &kApp, &kCore},
-                      {"ApiAndCore", &kApi, &kCore}};
+const Ends kEnds[] = {{"CoreAndApp", coreEnd, appEnd},
+                      {"CoreAndApi", coreEnd, apiEnd},
+                      {"AppAndCore", appEnd, coreEnd},
+                      {"ApiAndCore", apiEnd, coreEnd}};
 
-const std::string kPayloads[] = {"hello", "", std::string(1, '\0'), std::string(4064, 'x')};
+const std::vector<std::string>& payloads() {
+  static const std::vector<std::string> s_payloads = {"hello", "", std::string(1, '\0'), std::string(4064, 'x')};
+  return s_payloads;
+}
 
 // The foreign process's side.
 class ForeignPeer {
  public:
   ForeignPeer(const Ends& ends, KelpTest::Signpost& isReady)
-      : m_ends(ends), m_own(-1), m_peer(open(ends.own->path.c_str(), O_WRONLY)) {
-    mkfifo(ends.foreign->path.c_str(), 0600);
-    m_own = open(ends.foreign->path.c_str(), O_RDWR);
+      : m_ends(ends), m_own(-1), m_peer(open(ends.own().path.c_str(), O_WRONLY)) {
+    mkfifo(ends.foreign().path.c_str(), 0600);
+    m_own = open(ends.foreign().path.c_str(), O_RDWR);
     isReady.raise();
   }
 
   bool send(uint32_t kind, uint32_t sessionId, const std::string& text) const {
-    const End& self = *m_ends.foreign;
+    const End& self = m_ends.foreign();
     return KelpTest::writeMessage(m_peer, makeMessage(kind, sessionId, self.type, self.word0, self.word1, text));
   }
 
   // Whether the next message is this one, byte by byte, from the library's side.
   bool receives(uint32_t kind, uint32_t sessionId, const std::string& text) const {
     WireMessage message = {};
-    const End& other = *m_ends.own;
+    const End& other = m_ends.own();
     return KelpTest::readMessage(m_own, message) &&
            message == makeMessage(kind, sessionId, other.type, other.word0, other.word1, text);
   }
@@ -84,7 +99,7 @@ class ForeignPeer {
   // Takes a request and stores its session.
   bool receivesRequest(const std::string& text, uint32_t& sessionId) const {
     WireMessage message = {};
-    const End& other = *m_ends.own;
+    const End& other = m_ends.own();
     if (!KelpTest::readMessage(m_own, message)) {
       return false;
     }
@@ -100,7 +115,7 @@ class ForeignPeer {
 
 class ForeignPeerTest : public KelpTest::LoopFixture, public testing::WithParamInterface<Ends> {
  protected:
-  ForeignPeerTest() : m_receiver(*GetParam().own->address) { looper().addEventReceiver(m_receiver); }
+  ForeignPeerTest() : m_receiver(*GetParam().own().address) { looper().addEventReceiver(m_receiver); }
   ~ForeignPeerTest() override { looper().removeEventReceiver(m_receiver); }
 
   // Starts the peer; `talk` returns whether all went as it should.
@@ -114,9 +129,9 @@ class ForeignPeerTest : public KelpTest::LoopFixture, public testing::WithParamI
 
   bool endedWell() { return m_peer->wait() == 0; }
 
-  static IpcAddress& own() { return *GetParam().own->address; }
-  static IpcAddress& foreign() { return *GetParam().foreign->address; }
-  static Kelp::IpcAddressType foreignType() { return static_cast<Kelp::IpcAddressType>(GetParam().foreign->type); }
+  static IpcAddress& own() { return *GetParam().own().address; }
+  static IpcAddress& foreign() { return *GetParam().foreign().address; }
+  static Kelp::IpcAddressType foreignType() { return static_cast<Kelp::IpcAddressType>(GetParam().foreign().type); }
 
   IpcEventReceiver m_receiver;
 
@@ -132,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(All, ForeignPeerTest, testing::ValuesIn(kEnds),
 
 TEST_P(ForeignPeerTest, ItsRequestsAreAnswered) {
   startPeer([](const ForeignPeer& peer) {
-    for (const std::string& text : kPayloads) {
+    for (const std::string& text : payloads()) {
       if (!peer.send(1, 0xABCDEF01, text) || !peer.receives(2, 0xABCDEF01, text)) {
         return false;
       }
@@ -145,23 +160,23 @@ TEST_P(ForeignPeerTest, ItsRequestsAreAnswered) {
     std::string text = handler.told.back().text;
     EXPECT_EQ(Kelp::CommonReturnCode_Ok,
               sender.sendResponse(sessionId, payload<Kelp::IpcDataResponse>(text), static_cast<int>(text.size())));
-    if (handler.told.size() == std::size(kPayloads)) {
+    if (handler.told.size() == payloads().size()) {
       endLoop();
     }
   };
   m_receiver.setRequestHandler(foreignType(), handler);
   looper().runEventLoop();
   EXPECT_TRUE(endedWell());
-  for (size_t i = 0; i < std::size(kPayloads); ++i) {
-    EXPECT_EQ(kPayloads[i], handler.told[i].text);
+  for (size_t i = 0; i < payloads().size(); ++i) {
+    EXPECT_EQ(payloads()[i], handler.told[i].text);
     EXPECT_EQ(0xABCDEF01, handler.told[i].sessionId);
-    EXPECT_EQ(GetParam().foreign->path, handler.told[i].fifoPath);
+    EXPECT_EQ(GetParam().foreign().path, handler.told[i].fifoPath);
   }
 }
 
 TEST_P(ForeignPeerTest, ItAnswersRequests) {
   startPeer([](const ForeignPeer& peer) {
-    for (const std::string& text : kPayloads) {
+    for (const std::string& text : payloads()) {
       uint32_t sessionId = 0;
       if (!peer.receivesRequest(text, sessionId) || !peer.send(2, sessionId, text)) {
         return false;
@@ -179,24 +194,24 @@ TEST_P(ForeignPeerTest, ItAnswersRequests) {
   };
   handler.then = [&](SessionId_t sessionId) {
     EXPECT_EQ(lastSession, sessionId);
-    if (handler.told.size() == std::size(kPayloads)) {
+    if (handler.told.size() == payloads().size()) {
       endLoop();
     } else {
-      ask(kPayloads[handler.told.size()]);
+      ask(payloads()[handler.told.size()]);
     }
   };
-  runLoop([&] { ask(kPayloads[0]); });
+  runLoop([&] { ask(payloads()[0]); });
   EXPECT_TRUE(endedWell());
-  ASSERT_EQ(std::size(kPayloads), handler.told.size());
-  for (size_t i = 0; i < std::size(kPayloads); ++i) {
-    EXPECT_EQ(kPayloads[i], handler.told[i].text);
-    EXPECT_EQ(GetParam().foreign->path, handler.told[i].fifoPath);
+  ASSERT_EQ(payloads().size(), handler.told.size());
+  for (size_t i = 0; i < payloads().size(); ++i) {
+    EXPECT_EQ(payloads()[i], handler.told[i].text);
+    EXPECT_EQ(GetParam().foreign().path, handler.told[i].fifoPath);
   }
 }
 
 TEST_P(ForeignPeerTest, OneWayRequestsGoBothWays) {
   startPeer([](const ForeignPeer& peer) {
-    for (const std::string& text : kPayloads) {
+    for (const std::string& text : payloads()) {
       if (!peer.send(0, 0xFFFFFFFF, text) || !peer.receives(0, 0xFFFFFFFF, text)) {
         return false;
       }
@@ -209,16 +224,16 @@ TEST_P(ForeignPeerTest, OneWayRequestsGoBothWays) {
     std::string text = handler.told.back().text;
     EXPECT_EQ(Kelp::CommonReturnCode_Ok,
               sender.sendOneWayRequest(payload<Kelp::IpcDataOneWayRequest>(text), static_cast<int>(text.size())));
-    if (handler.told.size() == std::size(kPayloads)) {
+    if (handler.told.size() == payloads().size()) {
       endLoop();
     }
   };
   m_receiver.setOneWayRequestHandler(foreignType(), handler);
   looper().runEventLoop();
   EXPECT_TRUE(endedWell());
-  for (size_t i = 0; i < std::size(kPayloads); ++i) {
-    EXPECT_EQ(kPayloads[i], handler.told[i].text);
-    EXPECT_EQ(GetParam().foreign->path, handler.told[i].fifoPath);
+  for (size_t i = 0; i < payloads().size(); ++i) {
+    EXPECT_EQ(payloads()[i], handler.told[i].text);
+    EXPECT_EQ(GetParam().foreign().path, handler.told[i].fifoPath);
   }
 }
 

@@ -275,6 +275,7 @@ TEST(IpcEventSenderSessionTest, ThreadsNeverShareASession) {
   constexpr size_t kSessions = 10000;
   std::vector<std::vector<SessionId_t>> ids(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (std::vector<SessionId_t>& own : ids) {
     threads.emplace_back([&own] {
       for (size_t i = 0; i < kSessions; ++i) {

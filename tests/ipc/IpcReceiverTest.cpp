@@ -31,9 +31,17 @@ using KelpTest::WireMessage;
 
 namespace {
 
-const LogLine kChannelLine = errorLine("IpcReceiver.cpp", 0, "makeComChannel", "###ERROR###\n");
-const LogLine kOpenLine = errorLine("IpcReceiver.cpp", 0, "IpcReceiver", "###ERROR###\n");
-const LogLine kReceiveLine = errorLine("IpcReceiver.cpp", 0, "receive", "###ERROR###\n");
+LogLine channelLine() {
+  return errorLine("IpcReceiver.cpp", 0, "makeComChannel", "###ERROR###\n");
+}
+
+LogLine openLine() {
+  return errorLine("IpcReceiver.cpp", 0, "IpcReceiver", "###ERROR###\n");
+}
+
+LogLine receiveLine() {
+  return errorLine("IpcReceiver.cpp", 0, "receive", "###ERROR###\n");
+}
 
 LogLine headerLine(int ret) {
   return errorLine("IpcReceiver.cpp", 0, "receive", "###ERROR### headerSize=32, ret=" + std::to_string(ret) + "\n\n");
@@ -221,7 +229,7 @@ TEST_F(IpcReceiverTest, ASizeThatNoMessageHasIsRefusedAndNothingMoreIsRead) {
     const Received received(receiver());
     EXPECT_EQ(Kelp::CommonReturnCode_NotEnoughMemory, received.result) << size;
     EXPECT_FALSE(received.hasData) << size;
-    EXPECT_EQ(std::vector<LogLine>{kReceiveLine}, log.lines()) << size;
+    EXPECT_EQ(std::vector<LogLine>{receiveLine()}, log.lines()) << size;
     char rest[5];
     EXPECT_EQ(5, KelpTest::bytesWaiting(receiver().getFd())) << size;
     EXPECT_EQ(5, read(receiver().getFd(), rest, sizeof rest));
@@ -236,7 +244,7 @@ TEST_F(IpcReceiverTest, NoMemoryForThePayloadIsReported) {
   EXPECT_EQ(1, fault.hits());
   EXPECT_EQ(Kelp::CommonReturnCode_NotEnoughMemory, received.result);
   EXPECT_FALSE(received.hasData);
-  EXPECT_EQ(std::vector<LogLine>{kReceiveLine}, log.lines());
+  EXPECT_EQ(std::vector<LogLine>{receiveLine()}, log.lines());
   EXPECT_EQ(5, KelpTest::bytesWaiting(receiver().getFd()));
 }
 
@@ -287,7 +295,7 @@ TEST(IpcReceiverCreationTest, AnExistingFifoIsUsedAfterOneErrorLine) {
   ASSERT_EQ(0, mkfifo(kFifoPath, 0600));
   const LogCapture log;
   IpcReceiver receiver(kFifoPath);
-  EXPECT_EQ(std::vector<LogLine>{kChannelLine}, log.lines());
+  EXPECT_EQ(std::vector<LogLine>{channelLine()}, log.lines());
   ASSERT_TRUE(KelpTest::writeMessage(receiver.getFd(), makeMessage(1, 5, 0, 3, 1, "hello")));
   EXPECT_EQ("hello", Received(receiver).text);
 }
@@ -313,8 +321,8 @@ TEST(IpcReceiverCreationTest, AFifoThatCannotBeMadeFailsEveryReceive) {
   const LogCapture log;
   IpcReceiver receiver("/tmp/missing/fifo");
   EXPECT_EQ((std::vector<LogLine>{
-                kChannelLine, errorLine("FileOperator.cpp", 0, "open", "###ERROR### open() returns error(errno=2).\n"),
-                kOpenLine}),
+                channelLine(), errorLine("FileOperator.cpp", 0, "open", "###ERROR### open() returns error(errno=2).\n"),
+                openLine()}),
             log.lines());
   EXPECT_EQ(-1, receiver.getFd());
   EXPECT_EQ(Kelp::CommonReturnCode_FileAccessError, Received(receiver).result);
@@ -326,7 +334,7 @@ TEST(IpcReceiverCreationTest, WithoutADescriptorLeftEveryReceiveFails) {
   const LogCapture log;
   const KelpTest::DescriptorShortage shortage(0);
   IpcReceiver receiver(kFifoPath);
-  EXPECT_TRUE(log.contains(kOpenLine));
+  EXPECT_TRUE(log.contains(openLine()));
   EXPECT_EQ(Kelp::CommonReturnCode_FileAccessError, Received(receiver).result);
 }
 

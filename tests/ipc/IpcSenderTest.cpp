@@ -37,7 +37,7 @@ struct EarlySender {
   int readEnd;
   Kelp::CommonReturnCode_t result;
 
-  EarlySender() : readEnd(-1), result(Kelp::CommonReturnCode_InternalError) {
+  EarlySender() noexcept : readEnd(-1), result(Kelp::CommonReturnCode_InternalError) {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) {
       return;

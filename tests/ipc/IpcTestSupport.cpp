@@ -38,7 +38,7 @@ std::vector<int> descriptorsOf(const std::string& path) {
   DIR* const directory = opendir("/proc/self/fd");
   while (const dirent* const entry = readdir(directory)) {
     if (linkTarget(std::string("/proc/self/fd/") + entry->d_name) == path) {
-      fds.push_back(atoi(entry->d_name));
+      fds.push_back(static_cast<int>(strtol(entry->d_name, nullptr, 10)));
     }
   }
   closedir(directory);

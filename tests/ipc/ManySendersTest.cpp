@@ -100,6 +100,7 @@ TEST_F(ManySendersTest, AllMessagesArriveOnceWholeAndInTheirSendersOrder) {
   receiver.setRequestHandler(Kelp::IpcAddressType_App, checker);
   looper().addEventReceiver(receiver);
   std::vector<std::unique_ptr<KelpTest::ChildProcess>> senders;
+  senders.reserve(kSenders);
   for (int sender = 0; sender < kSenders; ++sender) {
     senders.push_back(std::make_unique<KelpTest::ChildProcess>([sender] { return sendAll(sender); }));
   }
