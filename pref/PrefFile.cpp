@@ -36,11 +36,14 @@ TextBlock readBytes(const FileOperator& file, long long size) {
   return text;
 }
 
+// False for null too, which json-c gives as no value at all.
+bool isText(json_object* value) {
+  return value != nullptr && !json_object_is_type(value, json_type_object) &&
+         !json_object_is_type(value, json_type_array);
+}
+
 bool toText(json_object* value, std::string& text) {
-  if (value == nullptr || json_object_is_type(value, json_type_object) || json_object_is_type(value, json_type_array)) {
-    return false;
-  }
-  const char* const valueText = json_object_get_string(value);
+  const char* const valueText = isText(value) ? json_object_get_string(value) : nullptr;
   if (valueText == nullptr) {
     return false;
   }
@@ -138,7 +141,7 @@ bool readText(json_object* object, const char* key, std::string& text) {
 bool readAccess(json_object* object, const char* key, ApiAccessType& access) {
   json_object* const value = json_object_object_get(object, key);
   access = ApiAccessType_ReadWrite;
-  if (value == nullptr) {
+  if (!isText(value)) {
     return true;
   }
   std::string text;

@@ -31,7 +31,8 @@ JsonOwner readJson(const FileOperator& file, long long size, bool& isRead);
 // when there is none: key missing, null, or an object or an array instead. `object` may be null.
 bool readText(json_object* object, const char* key, std::string& text);
 
-// The access under `key`: ReadWrite where there is no such key. False for any other text than the three.
+// The access under `key`: ReadWrite where there is no text, the cases of readText(). False for any other text than the
+// three.
 bool readAccess(json_object* object, const char* key, ApiAccessType& access);
 
 // The array of texts under `key`. False when there is none, or an element is no text.

@@ -487,7 +487,9 @@ TEST(AppPrefListTest, AccessTextsHaveTheirMeaning) {
                              {R"(, "appApiAccess": "Read", "webApiAccess": "None")", 1, 2},
                              {R"(, "appApiAccess": "ReadWrite", "webApiAccess": "Read")", 0, 1},
                              {R"(, "webApiAccess": "ReadWrite")", 0, 0},
-                             {R"(, "appApiAccess": null, "webApiAccess": null)", 0, 0}};
+                             {R"(, "appApiAccess": null, "webApiAccess": null)", 0, 0},
+                             {R"(, "appApiAccess": {}, "webApiAccess": {"Read": "Read"})", 0, 0},
+                             {R"(, "appApiAccess": [], "webApiAccess": ["Read"])", 0, 0}};
   for (const Access& access : accesses) {
     writeText(kPrefPath, fileJson({itemJson("n", "String", "", "", access.more)}));
     const AppPrefList list(kPrefPath, false, 0);
@@ -499,9 +501,8 @@ TEST(AppPrefListTest, AccessTextsHaveTheirMeaning) {
 
 TEST(AppPrefListTest, AnyOtherAccessIsAnError) {
   for (const char* more : {R"(, "appApiAccess": "None")", R"(, "appApiAccess": "read")", R"(, "appApiAccess": "")",
-                           R"(, "appApiAccess": {})", R"(, "appApiAccess": [])", R"(, "appApiAccess": 1)",
-                           R"(, "webApiAccess": "none")", R"(, "webApiAccess": "")", R"(, "webApiAccess": {})",
-                           R"(, "webApiAccess": ["Read"])", R"(, "webApiAccess": "Write")"}) {
+                           R"(, "appApiAccess": 1)", R"(, "appApiAccess": false)", R"(, "webApiAccess": "none")",
+                           R"(, "webApiAccess": "")", R"(, "webApiAccess": 2)", R"(, "webApiAccess": "Write")"}) {
     expectFailure(fileJson({itemJson("n", "String", "", "", more)}), kDecomposeError);
   }
 }
