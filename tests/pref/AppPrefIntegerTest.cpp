@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <memory>
+#include <ostream>
 
 #include "AppPrefInteger.h"
 #include "support/LogCapture.h"
@@ -27,6 +28,11 @@ struct Reading {
   long long number;
   const char* decimal;
 };
+
+// Names the case by its text; an address would differ from run to run.
+void PrintTo(const Reading& reading, std::ostream* out) {
+  *out << '"' << reading.text << '"';
+}
 
 class AppPrefIntegerGoodTest : public testing::TestWithParam<Reading> {};
 
