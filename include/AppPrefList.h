@@ -80,7 +80,8 @@ class KELP_EXPORT AppPrefList {
   CommonReturnCode_t restoreValue(const std::string& name, const std::string& valueText, const std::string& typeText);
 
   // Writes the list to `path`, by way of a temporary file at `path` with "~" behind it: whatever happens, there is
-  // the whole old or the whole new file at `path`. Blocks until the disks have it. Returns
+  // the whole old or the whole new file at `path`. A text that holds a NUL byte is written up to it. Blocks until the
+  // disks have the file. Returns
   //   0 (OK);
   //   16 (Not Enough Memory) when the text has more than 131072 bytes or cannot be made; nothing is written;
   //   15 (I/O error) when the temporary file cannot be opened or written; the old file stays;

@@ -51,6 +51,12 @@ bool readVersion(json_object* object, const char* key, std::string& version) {
   return readText(object, key, version) && !version.empty();
 }
 
+// A close that fails tells of bytes that never reached the file: it must not replace the old one.
+bool writeAndClose(FileOperator& file, const std::string& text) {
+  const int size = static_cast<int>(text.size());
+  return file.write(text.data(), size) == size && file.close() == 0;
+}
+
 }  // namespace
 
 AppPrefList::AppPrefList(const std::string& path, bool isDefaultFile, int expectedFuncId)
@@ -366,9 +372,7 @@ CommonReturnCode_t AppPrefList::writeFile(const std::string& path) const {
   if (file.open(O_WRONLY | O_CREAT | O_TRUNC, kFileMode) != 0) {
     return CommonReturnCode_IoError;
   }
-  const int size = static_cast<int>(text.size());
-  // A close that fails tells of bytes that never reached the file: it must not replace the old one.
-  if (file.write(text.data(), size) != size || file.close() != 0) {
+  if (!writeAndClose(file, text)) {
     KELP_LOG_ERROR("Can't write PrefFile %s", temporaryPath.c_str());
     SysFunc::kelpRm(temporaryPath);
     return CommonReturnCode_IoError;

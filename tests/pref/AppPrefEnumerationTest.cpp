@@ -108,6 +108,15 @@ TEST(AppPrefEnumerationTest, SetValueSetsIndexAndText) {
   EXPECT_EQ(pref.getValueByString(), "c");
 }
 
+TEST(AppPrefEnumerationTest, TooLongElementIsSetWithoutALine) {
+  AppPrefEnumeration pref = makeEnumeration({"a", kTooLong}, "a");
+  LogCapture log;
+  pref.setValue(1);
+  EXPECT_EQ(pref.getValue(), 1);
+  EXPECT_NE(pref.makeJsonString("").find("\"value\": \"" + kTooLong + "\"\n"), std::string::npos);
+  EXPECT_TRUE(log.lines().empty());
+}
+
 TEST(AppPrefEnumerationTest, IndexOutsideTheListIsAnErrorAndChangesNothingElse) {
   for (const int index : {-1, 3, 2147483647, -2147483647 - 1}) {
     AppPrefEnumeration pref = makeEnumeration({"a", "b", "c"}, "b");

@@ -570,6 +570,26 @@ TEST(AppPrefListTest, EscapesOfJsonAreRead) {
   EXPECT_EQ(list.getAppPrefString("s")->getValue(), "a/b \"c\" \\ \xc3\xa9 \n");
 }
 
+TEST(AppPrefListTest, OfAKeyThatStandsTwiceTheLastCounts) {
+  const std::string version = R"("preferenceVersion": {"major": "1", "major": "3", "minor": "2"}, )";
+  writeText(kPrefPath, R"({"funcId": "1", "preference": 12, "funcId": "2", )" + version + R"("preference": [)" +
+                           itemJson("s", "Integer", "", "x", R"(, "value": "5", "prefName": "t")") + "]}");
+  const AppPrefList list(kPrefPath, false, 0);
+  EXPECT_FALSE(list.hasError());
+  EXPECT_EQ(list.getFuncId(), 2);
+  EXPECT_EQ(list.getMajorPrefVersion(), "3");
+  ASSERT_EQ(namesOf(list), std::vector<std::string>({"t"}));
+  EXPECT_EQ(list.getAppPrefInteger("t")->getValue(), 5);
+}
+
+TEST(AppPrefListTest, NulByteEndsItsText) {
+  writeText(kPrefPath, fileJson({itemJson("s\\u0000t", "String", "", "a\\u0000b")}));
+  const AppPrefList list(kPrefPath, false, 0);
+  EXPECT_FALSE(list.hasError());
+  ASSERT_EQ(namesOf(list), std::vector<std::string>({"s"}));
+  EXPECT_EQ(list.getAppPrefString("s")->getValue(), "a");
+}
+
 TEST(AppPrefListTest, DecomposeBuildsAnItemAndLeavesTheJsonAlone) {
   const AppPrefList list("/tmp/missing.json", false, 0);
   json_object* const json = json_tokener_parse(itemJson("n", "Integer", "1", "2").c_str());

@@ -158,6 +158,19 @@ TEST_F(AppPrefListWriteTest, WhatIsWrittenLoadsAndIsWrittenTheSame) {
   EXPECT_EQ(readText(kPrefPath), kAllTypesWritten);
 }
 
+TEST_F(AppPrefListWriteTest, BytesThatAreNoUtf8ComeBackAsTheyWere) {
+  const std::string bytes = "\xff\xc3 \x80\xed\xa0\x80\x7f\x01";
+  EXPECT_EQ(m_list.setString("string", bytes), 0);
+  EXPECT_EQ(m_list.writeFile(kTarget), 0);
+  EXPECT_EQ(AppPrefList(kTarget, false, 0).getAppPrefString("string")->getValue(), bytes);
+}
+
+TEST_F(AppPrefListWriteTest, TextIsWrittenUpToItsFirstNulByte) {
+  EXPECT_EQ(m_list.setString("string", std::string("front\0door", 10)), 0);
+  EXPECT_EQ(m_list.writeFile(kTarget), 0);
+  EXPECT_EQ(AppPrefList(kTarget, false, 0).getAppPrefString("string")->getValue(), "front");
+}
+
 TEST_F(AppPrefListWriteTest, ChecksumOfASavedFileIsNotWritten) {
   std::string saved = kAllTypesWritten;
   saved.replace(saved.size() - 2, 2, ",\n  \"appPreferenceCrc\":\"4711\"\n}");
