@@ -11,6 +11,7 @@
 
 #include <list>
 #include <string>
+#include <vector>
 
 #include "AppPref.h"
 #include "KelpExport.h"
@@ -25,6 +26,7 @@ class AppPrefBoolean;
 class AppPrefEnumeration;
 class AppPrefInteger;
 class AppPrefString;
+class SavedPrefFile;
 
 class KELP_EXPORT AppPrefList {
  public:
@@ -90,6 +92,34 @@ class KELP_EXPORT AppPrefList {
   // What fails after the opening leaves an error line; a temporary file that was not renamed is removed.
   CommonReturnCode_t writeFile(const std::string& path) const;
 
+  // The canonical text that a saved file's checksum is over: exactly what writeFile() would write. False when memory is
+  // out.
+  bool getAppPrefJsonStringForCRC(std::string& text) const;
+
+  // Whether the list has an item of the same name and type, for which an enumeration's value is possible.
+  // `other` may be null: false.
+  bool hasSamePref(const AppPref* other) const;
+
+  // Whether the list has an item that is the same but for its value. `other` may be null: false.
+  bool hasSamePrefAll(const AppPref* other) const;
+
+  // Puts every item back to its default, and appends the names of those that were not there yet to `changed`, which
+  // may be null. Writes no file.
+  void setDefaultValue(std::vector<std::string>* changed);
+
+  // Carries the values of a saved file over into this list, writes the list to its own file, and appends the names of
+  // the items whose values changed to `changed`, which may be null. The saved file has to be intact
+  // ("appPreferenceCrc"), of the same application and of the same major version. With the same minor version its items
+  // have to be this list's in all but their values; with another one, the values that still have a place here are
+  // taken. Access is not looked at. Blocks until the disks have the list's file. Returns
+  //   0 (OK), also when the list's file could not be written, which leaves an error line;
+  //   22 (Invalid Application Preference) when the saved file is refused, after an error line unless only the number
+  //   of items differs;
+  //   or what an item's setValueByString() returned when it refused its value.
+  // Unless it is 0, no file is written; in the last case, and when an item of the same minor version differs, values
+  // before that item's stay changed in the list.
+  CommonReturnCode_t AppPrefRestore(const std::string& path, std::vector<std::string>* changed);
+
   // A new item, which the caller owns, built from one object of a file's "preference" array, or null when something is
   // missing or unknown. `item` may be null and stays the caller's. A value that does not fit gives an item in error.
   AppPref* decompose(json_object* item, bool isDefaultFile) const;
@@ -100,6 +130,13 @@ class KELP_EXPORT AppPrefList {
   bool loadFuncId(json_object* root, bool isDefaultFile, int expectedFuncId);
   bool loadVersion(json_object* root);
   bool loadItems(json_object* root, bool isDefaultFile);
+
+  // How the values of a saved file of the same and of another minor version come into the list, and one of them.
+  CommonReturnCode_t carryOverAll(const SavedPrefFile& saved, std::vector<std::string>* changed);
+  CommonReturnCode_t carryOverSame(const SavedPrefFile& saved, std::vector<std::string>* changed);
+  CommonReturnCode_t carryOver(const AppPref& saved, std::vector<std::string>* changed);
+
+  const AppPref* findSame(const AppPref* other) const;
 
   template <typename Pref>
   Pref* findPref(const std::string& name, AppPrefType prefType) const;

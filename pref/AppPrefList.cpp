@@ -1,13 +1,11 @@
 #include "AppPrefList.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <json-c/json.h>
-#include <limits.h>
 #include <stddef.h>
-#include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <unordered_set>
@@ -24,6 +22,7 @@
 #include "SysFunc.h"
 #include "foundation/Diagnostics.h"
 #include "pref/PrefFile.h"
+#include "pref/SavedPrefFile.h"
 
 namespace Kelp {
 
@@ -33,19 +32,6 @@ constexpr size_t kMaxFileSize = 131072;
 constexpr size_t kMaxDefaultFileSize = 65536;
 constexpr size_t kMaxStringSize = 1023;  // by the application's setter; the file may hold one byte more
 constexpr unsigned int kFileMode = 0777;
-
-// The identifier has 32 bits, which the file shows without a sign: FFFFFFFF is -1. More bits than that are refused:
-// cut, they could be another application's.
-bool toFuncId(const std::string& text, int& funcId) {
-  char* end = nullptr;
-  errno = 0;
-  const long long number = strtoll(text.c_str(), &end, 16);
-  if (text.empty() || *end != '\0' || errno != 0 || number < INT_MIN || number > static_cast<long long>(UINT_MAX)) {
-    return false;
-  }
-  funcId = static_cast<int>(static_cast<unsigned int>(number));
-  return true;
-}
 
 bool readVersion(json_object* object, const char* key, std::string& version) {
   return readText(object, key, version) && !version.empty();
@@ -389,6 +375,107 @@ CommonReturnCode_t AppPrefList::writeFile(const std::string& path) const {
   }
   sync();
   return result;
+}
+
+bool AppPrefList::getAppPrefJsonStringForCRC(std::string& text) const {
+  return makePrefFileText(m_funcId, m_majorVersion, m_minorVersion, m_prefList, text);
+}
+
+bool AppPrefList::hasSamePref(const AppPref* other) const {
+  const AppPref* const own = findSame(other);
+  if (own == nullptr || own->getPrefType() != AppPrefType_Enumeration) {
+    return own != nullptr;
+  }
+  const std::vector<std::string>& elements = static_cast<const AppPrefEnumeration*>(own)->getEnumerationArray();
+  return std::find(elements.begin(), elements.end(), other->getValueByString()) != elements.end();
+}
+
+bool AppPrefList::hasSamePrefAll(const AppPref* other) const {
+  const AppPref* const own = findSame(other);
+  if (own == nullptr || own->getDefaultValue() != other->getDefaultValue() ||
+      own->getAppApiAccess() != other->getAppApiAccess() || own->getWebApiAccess() != other->getWebApiAccess()) {
+    return false;
+  }
+  return own->getPrefType() != AppPrefType_Enumeration ||
+         static_cast<const AppPrefEnumeration*>(own)->getEnumerationArray() ==
+             static_cast<const AppPrefEnumeration*>(other)->getEnumerationArray();
+}
+
+void AppPrefList::setDefaultValue(std::vector<std::string>* changed) {
+  for (AppPref* pref : m_prefList) {
+    if (pref->getValueByString() == pref->getDefaultValue()) {
+      continue;
+    }
+    if (changed != nullptr) {
+      changed->push_back(pref->getPrefName());
+    }
+    pref->setDefaultValue();
+  }
+}
+
+CommonReturnCode_t AppPrefList::AppPrefRestore(const std::string& path, std::vector<std::string>* changed) {
+  SavedPrefFile saved;
+  if (!saved.read(path, *this)) {
+    return CommonReturnCode_InvalidApplicationPreference;
+  }
+  if (saved.getMajorVersion() != m_majorVersion) {
+    KELP_LOG_ERROR("Major Version ERROR");
+    return CommonReturnCode_InvalidApplicationPreference;
+  }
+  const CommonReturnCode_t result =
+      saved.getMinorVersion() == m_minorVersion ? carryOverAll(saved, changed) : carryOverSame(saved, changed);
+  if (result == CommonReturnCode_Ok) {
+    writeFile(m_path);  // a failure leaves its own line: the values are restored all the same
+  }
+  return result;
+}
+
+CommonReturnCode_t AppPrefList::carryOverAll(const SavedPrefFile& saved, std::vector<std::string>* changed) {
+  if (saved.getPrefs().size() != m_prefList.size()) {
+    return CommonReturnCode_InvalidApplicationPreference;
+  }
+  CommonReturnCode_t result = CommonReturnCode_Ok;
+  for (const AppPref* pref : saved.getPrefs()) {
+    if (!hasSamePrefAll(pref)) {
+      KELP_LOG_ERROR("ERROR:Minor Version is same but different parameters");
+      return CommonReturnCode_InvalidApplicationPreference;
+    }
+    result = carryOver(*pref, changed);
+    if (result != CommonReturnCode_Ok) {
+      break;
+    }
+  }
+  return result;
+}
+
+CommonReturnCode_t AppPrefList::carryOverSame(const SavedPrefFile& saved, std::vector<std::string>* changed) {
+  CommonReturnCode_t result = CommonReturnCode_Ok;
+  for (const AppPref* pref : saved.getPrefs()) {
+    if (hasSamePref(pref)) {
+      result = carryOver(*pref, changed);
+    }
+    if (result != CommonReturnCode_Ok) {
+      break;
+    }
+  }
+  return result;
+}
+
+CommonReturnCode_t AppPrefList::carryOver(const AppPref& saved, std::vector<std::string>* changed) {
+  const std::string oldText = getAppPref(saved.getPrefName())->getValueByString();
+  const std::string savedText = saved.getValueByString();
+  const CommonReturnCode_t result =
+      restoreValue(saved.getPrefName(), savedText, AppPref::getPrefTypeString(saved.getPrefType()));
+  if (result == CommonReturnCode_Ok && oldText != savedText && changed != nullptr) {
+    changed->push_back(saved.getPrefName());
+  }
+  return result;
+}
+
+// The list's item of the same name and type, or null. `other` may be null.
+const AppPref* AppPrefList::findSame(const AppPref* other) const {
+  const AppPref* const own = other == nullptr ? nullptr : getAppPref(other->getPrefName());
+  return own != nullptr && own->getPrefType() == other->getPrefType() ? own : nullptr;
 }
 
 }  // namespace Kelp

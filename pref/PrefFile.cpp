@@ -1,9 +1,11 @@
 #include "pref/PrefFile.h"
 
+#include <errno.h>
 #include <json-c/json.h>
 #include <limits.h>
 #include <stddef.h>
 #include <stdio.h>
+#include <stdlib.h>
 
 #include <utility>
 
@@ -136,6 +138,22 @@ JsonOwner readJson(const FileOperator& file, long long size, bool& isRead) {
 
 bool readText(json_object* object, const char* key, std::string& text) {
   return toText(json_object_object_get(object, key), text);
+}
+
+bool toNumber(const std::string& text, int base, long long& number) {
+  char* end = nullptr;
+  errno = 0;
+  number = strtoll(text.c_str(), &end, base);
+  return !text.empty() && *end == '\0' && errno == 0;
+}
+
+bool toFuncId(const std::string& text, int& funcId) {
+  long long number = 0;
+  if (!toNumber(text, 16, number) || number < INT_MIN || number > static_cast<long long>(UINT_MAX)) {
+    return false;
+  }
+  funcId = static_cast<int>(static_cast<unsigned int>(number));
+  return true;
 }
 
 bool readAccess(json_object* object, const char* key, ApiAccessType& access) {

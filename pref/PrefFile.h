@@ -31,6 +31,13 @@ JsonOwner readJson(const FileOperator& file, long long size, bool& isRead);
 // when there is none: key missing, null, or an object or an array instead. `object` may be null.
 bool readText(json_object* object, const char* key, std::string& text);
 
+// Numbers in texts: the whole text is one, and not out of range. `base` as for strtoll.
+bool toNumber(const std::string& text, int base, long long& number);
+
+// The function identifier has 32 bits, which the file shows in hexadecimal without a sign: FFFFFFFF is -1. More bits
+// than that are refused: cut, they could be another application's.
+bool toFuncId(const std::string& text, int& funcId);
+
 // The access under `key`: ReadWrite where there is no text, the cases of readText(). False for any other text than the
 // three.
 bool readAccess(json_object* object, const char* key, ApiAccessType& access);
