@@ -331,6 +331,16 @@ TEST_F(AppPrefListWriteTest, FailedChmodIsReportedWithTheNewFileInPlace) {
   EXPECT_EQ(log.errors(), std::vector<LogLine>({listLine("Can't chmod prefFile /tmp/target.json~")}));
 }
 
+TEST_F(AppPrefListWriteTest, FileIsCreatedWithTheModeThatItIsToHave) {
+  const CallFault fault(Call::Chmod, EPERM);
+  const mode_t mask = umask(0);
+  EXPECT_EQ(m_list.writeFile(kTarget), 15);
+  umask(mask);
+  struct stat status = {};
+  ASSERT_EQ(stat(kTarget.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0777U);
+}
+
 TEST_F(AppPrefListWriteTest, FileOfTheBenchmarkIsAsItIsWritten) {
   const std::string path = KELP_TEST_BENCH_DATA "/appPrefs64k.json";
   const AppPrefList list(path, false, 0);
