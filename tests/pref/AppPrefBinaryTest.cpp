@@ -52,8 +52,8 @@ TEST(AppPrefBinaryTest, SetValueTakesAnyLength) {
   EXPECT_FALSE(pref.hasError());
 }
 
-// Lengths of all kinds, in and beyond the room that a std::string has inside itself: the decoder reads whole groups,
-// which a sanitizer checks here. A text whose last group has one character does not fit; see below.
+// Lengths of all kinds, in and beyond the room that a std::string has inside itself. A text whose last group has one
+// character does not fit; see below.
 TEST(AppPrefBinaryTest, Base64IsTakenAsItCame) {
   const std::string texts[] = {"",
                                "TWFu",
