@@ -153,6 +153,12 @@ KELP_TEST_WRAP(Mmap, void*, MAP_FAILED, mmap,
                (void* address, size_t size, int protection, int flags, int fd, off_t offset),
                (address, size, protection, flags, fd, offset))
 KELP_TEST_WRAP(Pipe2, int, -1, pipe2, (int* fds, int flags), (fds, flags))
+KELP_TEST_WRAP_PTHREAD(AttrInit, pthread_attr_init, (pthread_attr_t * attributes), (attributes))
+KELP_TEST_WRAP_PTHREAD(AttrSetstacksize, pthread_attr_setstacksize, (pthread_attr_t * attributes, size_t size),
+                       (attributes, size))
+KELP_TEST_WRAP_PTHREAD(ThreadCreate, pthread_create,
+                       (pthread_t * thread, const pthread_attr_t* attributes, void* (*routine)(void*), void* argument),
+                       (thread, attributes, routine, argument))
 KELP_TEST_WRAP_PTHREAD(MutexDestroy, pthread_mutex_destroy, (pthread_mutex_t * mutex), (mutex))
 KELP_TEST_WRAP_PTHREAD(MutexInit, pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
                        (mutex, attributes))
@@ -168,6 +174,14 @@ KELP_TEST_WRAP(TimerfdCreate, int, -1, timerfd_create, (int clock, int flags), (
 KELP_TEST_WRAP(TimerfdSettime, int, -1, timerfd_settime, (int fd, int flags, const itimerspec* value, itimerspec* old),
                (fd, flags, value, old))
 KELP_TEST_WRAP(Unlink, int, -1, unlink, (const char* path), (path))
+
+extern "C" int __real_pthread_join(pthread_t thread, void** exitValue);
+extern "C" int __wrap_pthread_join(pthread_t thread, void** exitValue);
+extern "C" int __wrap_pthread_join(pthread_t thread, void** exitValue) {
+  const int result = __real_pthread_join(thread, exitValue);
+  const int error = takeFault(Call::ThreadJoin);
+  return error != 0 ? error : result;
+}
 
 extern "C" mode_t __real_umask(mode_t mode);
 extern "C" mode_t __wrap_umask(mode_t mode);

@@ -11,45 +11,49 @@
 namespace KelpTest {
 
 // X(enumerator, function)
-#define KELP_TEST_CALLS(X)               \
-  X(Chmod, chmod)                        \
-  X(Chown, chown)                        \
-  X(Close, close)                        \
-  X(Dup, dup)                            \
-  X(EpollCreate, epoll_create)           \
-  X(EpollCreate1, epoll_create1)         \
-  X(EpollCtl, epoll_ctl)                 \
-  X(EpollWait, epoll_wait)               \
-  X(Fcntl, fcntl)                        \
-  X(Fopen, fopen)                        \
-  X(Fputs, fputs)                        \
-  X(Free, free)                          \
-  X(Fstat, fstat)                        \
-  X(Fwrite, fwrite)                      \
-  X(Gettimeofday, gettimeofday)          \
-  X(Lseek, lseek)                        \
-  X(Malloc, malloc)                      \
-  X(Mkfifo, mkfifo)                      \
-  X(Mmap, mmap)                          \
-  X(Open, open)                          \
-  X(Pipe2, pipe2)                        \
-  X(MutexDestroy, pthread_mutex_destroy) \
-  X(MutexInit, pthread_mutex_init)       \
-  X(MutexLock, pthread_mutex_lock)       \
-  X(MutexTrylock, pthread_mutex_trylock) \
-  X(MutexUnlock, pthread_mutex_unlock)   \
-  X(Sigmask, pthread_sigmask)            \
-  X(Read, read)                          \
-  X(Readlink, readlink)                  \
-  X(Realloc, realloc)                    \
-  X(Rename, rename)                      \
-  X(Stat, stat)                          \
-  X(Sync, sync)                          \
-  X(System, system)                      \
-  X(TimerfdCreate, timerfd_create)       \
-  X(TimerfdSettime, timerfd_settime)     \
-  X(Umask, umask)                        \
-  X(Unlink, unlink)                      \
+#define KELP_TEST_CALLS(X)                       \
+  X(Chmod, chmod)                                \
+  X(Chown, chown)                                \
+  X(Close, close)                                \
+  X(Dup, dup)                                    \
+  X(EpollCreate, epoll_create)                   \
+  X(EpollCreate1, epoll_create1)                 \
+  X(EpollCtl, epoll_ctl)                         \
+  X(EpollWait, epoll_wait)                       \
+  X(Fcntl, fcntl)                                \
+  X(Fopen, fopen)                                \
+  X(Fputs, fputs)                                \
+  X(Free, free)                                  \
+  X(Fstat, fstat)                                \
+  X(Fwrite, fwrite)                              \
+  X(Gettimeofday, gettimeofday)                  \
+  X(Lseek, lseek)                                \
+  X(Malloc, malloc)                              \
+  X(Mkfifo, mkfifo)                              \
+  X(Mmap, mmap)                                  \
+  X(Open, open)                                  \
+  X(Pipe2, pipe2)                                \
+  X(AttrInit, pthread_attr_init)                 \
+  X(AttrSetstacksize, pthread_attr_setstacksize) \
+  X(ThreadCreate, pthread_create)                \
+  X(ThreadJoin, pthread_join)                    \
+  X(MutexDestroy, pthread_mutex_destroy)         \
+  X(MutexInit, pthread_mutex_init)               \
+  X(MutexLock, pthread_mutex_lock)               \
+  X(MutexTrylock, pthread_mutex_trylock)         \
+  X(MutexUnlock, pthread_mutex_unlock)           \
+  X(Sigmask, pthread_sigmask)                    \
+  X(Read, read)                                  \
+  X(Readlink, readlink)                          \
+  X(Realloc, realloc)                            \
+  X(Rename, rename)                              \
+  X(Stat, stat)                                  \
+  X(Sync, sync)                                  \
+  X(System, system)                              \
+  X(TimerfdCreate, timerfd_create)               \
+  X(TimerfdSettime, timerfd_settime)             \
+  X(Umask, umask)                                \
+  X(Unlink, unlink)                              \
   X(Write, write)
 
 enum class Call {
@@ -59,8 +63,9 @@ enum class Call {
 };
 
 // While it lives: `skip` calls go through, the next `times` fail with errno `error` (a pthread call returns it; a call
-// that has no failure, like umask and free, is only counted), all later ones go through. The result of a failing call
-// is the one that the C library documents: -1, null, MAP_FAILED, EOF or, for fwrite, 0. One fault per call at a time.
+// that has no failure, like umask and free, is only counted; pthread_join joins all the same), all later ones go
+// through. The result of a failing call is the one that the C library documents: -1, null, MAP_FAILED, EOF or, for
+// fwrite, 0. One fault per call at a time.
 class CallFault {
  public:
   CallFault(Call call, int error, int skip = 0, int times = 1);
