@@ -10,16 +10,15 @@
 // have no more requests under way than one channel holds.
 //
 // A job runs on a stack of 16384 bytes (more where a sanitizer or the machine demands it), which has to do for all that
-// it calls. The C library, the program's thread-local data and the worker take 5 KiB of it, and a line in the log needs
-// 3 KiB more. A job
-//   - may have up to 4 KiB of frames of its own where it logs or calls Kelp; may read, write, wait and lock; may
-//     allocate, and should keep its buffers there (std::vector, std::string);
+// it calls. The thread itself takes 5 KiB of it (more where the program has large thread-local data), and a line in the
+// log, as the longest of the calls into Kelp, up to 5 KiB; a platform's own logger has to do with that too. A job
+//   - may have 4 KiB of frames of its own when it logs or calls Kelp; may read, write, wait and lock; may allocate, and
+//     should keep its buffers there (std::string, std::vector);
 //   - may not recurse deeply, nor have large arrays on the stack, nor call what does: JSON and other recursive parsers,
-//     regular expressions, host name look-ups, printing or scanning floating-point numbers, iostreams, locales,
-//     loading libraries;
+//     regular expressions, host name look-ups, loading a library or a locale;
 //   - may not let an exception out, nor end its thread, nor wait for a signal: all of them are blocked;
-//   - may not put requests, start timers or use what else belongs to a multi-wait loop: it runs in a loop of its own
-//     kind. Another thread's loop is reached through its exec channel.
+//   - may not put requests, start timers or use what else belongs to a multi-wait loop: the loop that it runs in is of
+//     another kind. It reaches a loop through that loop's exec channel.
 // A job that overruns its stack ends the process with a segmentation fault.
 //
 // Threads: created and destroyed by the host, not on a worker; putRequest() on any thread that runs a multi-wait loop.
