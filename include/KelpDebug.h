@@ -11,16 +11,24 @@
 
 #include "KelpExport.h"
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 // Makes the log directory with mode 0755, where it is missing.
-extern "C" KELP_EXPORT void KelpDebugCreateLogDir();
+KELP_EXPORT void KelpDebugCreateLogDir();
 
 // Makes the log directory and the component's log file where they are missing, and gives the file its owner and mode.
 // `kind`: 0 for root.root and 644, 1 for root.kelpapp and 664, which the application group can write. With any other
 // kind nothing is done, after one error line.
-extern "C" KELP_EXPORT void KelpDebugGenerateLogFile(const char* name, int kind);
+KELP_EXPORT void KelpDebugGenerateLogFile(const char* name, int kind);
 
 // Removes the component's log files from the log directory and from the log backup directory, with the rotated ones,
 // whatever follows ".log" in their names.
-extern "C" KELP_EXPORT void KelpDebugRemoveLogFile(const char* name);
+KELP_EXPORT void KelpDebugRemoveLogFile(const char* name);
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif  // KELP_FILE_KELP_DEBUG_H
