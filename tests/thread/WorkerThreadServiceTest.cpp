@@ -54,19 +54,6 @@ WorkerThreadExecId_t put(FunctionRequest& request, FunctionObserver& observer) {
   return WorkerThreadService::getInstance().putRequest(request, observer);
 }
 
-int threadCount() {
-  std::ifstream status("/proc/self/status");
-  std::string word;
-  while (status >> word) {
-    if (word == "Threads:") {
-      int count = 0;
-      status >> count;
-      return count;
-    }
-  }
-  return -1;
-}
-
 // Runs the loop on this thread, with `action` done first, until something tells it to exit.
 void run(EventLooperMultiWait& looper, Action action) {
   post(looper, std::move(action));
@@ -471,23 +458,26 @@ TEST(WorkerThreadServiceTest, PuttingWaitsWhileTheChannelIsFull) {
 
 // --- creating and destroying
 
-TEST(WorkerThreadServiceTest, StartsAsManyWorkersAsAskedForAndEndsThem) {
-  const int before = threadCount();
+TEST(WorkerThreadServiceTest, StartsAsManyWorkersAsAskedForAndJoinsThem) {
+  const int starts = callCount(Call::ThreadCreate);
+  const int joins = callCount(Call::ThreadJoin);
   {
     const Service service(3);
-    EXPECT_EQ(threadCount(), before + 3);
+    EXPECT_EQ(callCount(Call::ThreadCreate), starts + 3);
+    EXPECT_EQ(callCount(Call::ThreadJoin), joins);
   }
-  while (threadCount() != before) {  // the kernel lists a thread for a moment after it was joined
-    std::this_thread::yield();
-  }
+  EXPECT_EQ(callCount(Call::ThreadCreate), starts + 3);
+  EXPECT_EQ(callCount(Call::ThreadJoin), joins + 3);
 }
 
 TEST(WorkerThreadServiceTest, CountsBelowOneStartNoWorker) {
-  const int before = threadCount();
+  const int starts = callCount(Call::ThreadCreate);
+  const int joins = callCount(Call::ThreadJoin);
   for (const int count : {0, -1}) {
     const Service service(count);
-    EXPECT_EQ(threadCount(), before);
   }
+  EXPECT_EQ(callCount(Call::ThreadCreate), starts);
+  EXPECT_EQ(callCount(Call::ThreadJoin), joins);
 }
 
 TEST(WorkerThreadServiceTest, ServiceLeavesNoDescriptorBehind) {
