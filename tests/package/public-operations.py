@@ -2,7 +2,8 @@
 
 Reads the declarations as Clang dumps them in JSON from standard input. An operation is a member function that is public,
 or protected for derived classes, of a class that can be reached from outside; what the compiler makes itself, what is
-deleted, abstract or a template is none. A constructor and a destructor are listed by their complete-object names.
+deleted, abstract or a template is none. A constructor counts twice, once for whole objects and once for the base part of
+a derived class's; an abstract class, which has no objects of its own, needs the second alone.
 """
 import json
 import sys
@@ -32,7 +33,15 @@ def list_class(node):
         elif kind in CLASSES:
             list_class(member)
         elif kind in FUNCTIONS and is_operation(member):
-            print(link_name(member))
+            list_operation(member, node["definitionData"].get("isAbstract", False))
+
+
+def list_operation(node, is_abstract):
+    name = link_name(node)
+    if node["kind"] == "CXXConstructorDecl":
+        print(name.replace("C1E", "C2E", 1))
+    if node["kind"] != "CXXConstructorDecl" or not is_abstract:
+        print(name)
 
 
 def list_scope(node):
