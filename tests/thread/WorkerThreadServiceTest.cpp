@@ -349,36 +349,58 @@ TEST(WorkerThreadServiceTest, HundredThousandRequestsOfTwoLoopsAreEachNotifiedOn
   EXPECT_EQ(*ids.rbegin(), 2 * kRequests - 1);
 }
 
+// Occupies both workers of a service until it is opened.
+class Gate {
+ public:
+  // The looper has to run.
+  explicit Gate(EventLooperMultiWait& looper) {
+    post(looper, [this] {
+      put(m_keeper, m_ignored);
+      put(m_keeper, m_ignored);
+    });
+    m_isReached.get_future().wait();
+  }
+
+  void open() { m_opening.set_value(); }
+
+ private:
+  void keep() {
+    if (++m_arrived == 2) {
+      m_isReached.set_value();
+    }
+    m_isOpen.wait();
+  }
+
+  std::atomic<int> m_arrived{0};
+  std::promise<void> m_isReached;
+  std::promise<void> m_opening;
+  const std::shared_future<void> m_isOpen{m_opening.get_future()};
+  FunctionRequest m_keeper{[this] { keep(); }};
+  FunctionObserver m_ignored;
+};
+
 TEST(WorkerThreadServiceTest, DestructionCompletesTheQueuedRequestsOfRunningLoops) {
   constexpr int kRequests = 2500;
   EventLooperMultiWait loopers[2];
+  std::thread threads[2] = {std::thread([&] { loopers[0].runEventLoop(); }),
+                            std::thread([&] { loopers[1].runEventLoop(); })};
   auto service = std::make_unique<Service>(2);
-
-  // Both workers are held up until all is queued.
-  std::promise<void> gate;
-  const std::shared_future<void> opened = gate.get_future().share();
-  FunctionRequest gateKeeper([opened] { opened.wait(); });
-  FunctionObserver ignored;
-  for (EventLooperMultiWait& looper : loopers) {
-    post(looper, [&] { put(gateKeeper, ignored); });
-  }
+  Gate gate(loopers[0]);
   Load first(loopers[0], kRequests, kRequests);
   Load second(loopers[1], kRequests, kRequests);
   std::promise<void> queued[2];
   for (size_t i = 0; i < 2; i++) {
-    post(loopers[i], [&, i] { queued[i].set_value(); });
+    post(loopers[i], [&queued, i] { queued[i].set_value(); });
   }
-  std::thread threads[2] = {std::thread([&] { loopers[0].runEventLoop(); }),
-                            std::thread([&] { loopers[1].runEventLoop(); })};
   queued[0].get_future().wait();
   queued[1].get_future().wait();
 
   const int writes = callCount(Call::Write);
   std::thread opener([&] {
-    while (callCount(Call::Write) != writes + 2) {  // the two exit messages
+    while (callCount(Call::Write) < writes + 2) {  // the two exit messages, behind all that is queued
       std::this_thread::yield();
     }
-    gate.set_value();
+    gate.open();
   });
   service.reset();
   opener.join();
