@@ -17,6 +17,13 @@ namespace {
 
 constexpr int kCopyBufferSize = 4096;
 
+epoll_event inputEventOf(int fd) {
+  epoll_event event = {};
+  event.events = EPOLLIN;
+  event.data.fd = fd;
+  return event;
+}
+
 }  // namespace
 
 FdOperator::FdOperator(bool closeOnObjectDeletion) : FdOperator(-1, closeOnObjectDeletion) {}
@@ -93,18 +100,15 @@ int FdOperator::read(void* buf, int len, int timeoutMs) const {
   if (epollFd == -1) {  // the next call fails too, and its error is the one that ends the read
     KELP_LOG_ERROR("###ERROR### epoll_create() returns error!!!(errno=%d)\n\n", errno);
   }
-  epoll_event event = {};
-  event.events = EPOLLIN;
-  event.data.fd = m_fd;
+  epoll_event event = inputEventOf(m_fd);
   if (::epoll_ctl(epollFd, EPOLL_CTL_ADD, m_fd, &event) == -1) {
     KELP_LOG_ERROR("###ERROR### epoll_ctl() returns error!!!(errno=%d)\n\n", errno);
     ::close(epollFd);
     return -1;
   }
-  int readyCount = ::epoll_wait(epollFd, &event, 1, timeoutMs);
-  while (readyCount == -1 && errno == EINTR) {
+  int readyCount = -1;
+  while ((readyCount = ::epoll_wait(epollFd, &event, 1, timeoutMs)) == -1 && errno == EINTR) {
     KELP_LOG_TRACE("*** Interrupted by a Signal! Retry epoll_wait()!! ***");
-    readyCount = ::epoll_wait(epollFd, &event, 1, timeoutMs);
   }
   const int error = errno;
   ::close(epollFd);
@@ -125,10 +129,14 @@ int FdOperator::copy(FdOperator& dst) {
     return -1;
   }
   const long long total = size();
+  if (total > INT_MAX) {  // the result could not tell how much was copied
+    return -1;
+  }
   const std::unique_ptr<char[]> buffer(new char[kCopyBufferSize]);
-  long long copied = 0;
+  int copied = 0;
   while (copied < total) {
-    const int count = read(buffer.get(), kCopyBufferSize, -1);
+    // A file that grows meanwhile is not followed beyond what the result can tell.
+    const int count = read(buffer.get(), std::min(kCopyBufferSize, INT_MAX - copied), -1);
     if (count == 0) {  // the file shrank meanwhile
       break;
     }
@@ -137,7 +145,7 @@ int FdOperator::copy(FdOperator& dst) {
     }
     copied += count;
   }
-  return static_cast<int>(std::min<long long>(copied, INT_MAX));
+  return copied;
 }
 
 int FdOperator::close() {

@@ -44,7 +44,8 @@ class KELP_EXPORT FdOperator : public KelpObject {
   int read(void* buf, int len, int timeoutMs) const;
 
   // Copies the whole content, from its first byte, to where `dst` stands; `dst` is neither rewound nor cut. Returns the
-  // number of bytes copied (2147483647 when it is larger still), or -1, when some may have been copied.
+  // number of bytes copied, or -1, when some may have been copied; none are of a source of more than 2147483647 bytes,
+  // whose number could not be told.
   int copy(FdOperator& dst);
 
   // Returns the system call's result, after an error line when it failed; 0 when there is nothing to close. No

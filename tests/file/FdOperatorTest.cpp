@@ -617,14 +617,27 @@ TEST(FdOperatorTest, CopyFailsWhenWritingFails) {
   EXPECT_EQ(source.copy(destination), -1);
 }
 
-TEST(FdOperatorTest, CopyOfMoreThan2GiBReportsTheLargestCount) {
+TEST(FdOperatorTest, CopyOfMoreThanTheResultCanTellFailsWithoutWriting) {
   if (sizeof(off_t) < 8) {
     GTEST_SKIP() << "file offsets have 32 bits here";
   }
   FdOperator source(openTemporary(), true);
+  ASSERT_EQ(ftruncate(source.getFd(), static_cast<off_t>(INT_MAX) + 1), 0);
+  FdOperator destination(openTemporary(), true);
+  const int writes = callCount(Call::Write);
+  EXPECT_EQ(source.copy(destination), -1);
+  EXPECT_EQ(callCount(Call::Write), writes);
+}
+
+TEST(FdOperatorTest, CopyOfTheLargestCountReportsItEvenWhenTheSourceGrows) {
+  if (sizeof(off_t) < 8) {
+    GTEST_SKIP() << "file offsets have 32 bits here";
+  }
+  SizedFdOperator source(openTemporary(), INT_MAX);
   ASSERT_EQ(ftruncate(source.getFd(), static_cast<off_t>(INT_MAX) + 4097), 0);
   FdOperator destination(open("/dev/null", O_WRONLY | O_CLOEXEC), true);
   EXPECT_EQ(source.copy(destination), INT_MAX);
+  EXPECT_EQ(source.lseek(0, SEEK_CUR), INT_MAX);
 }
 
 }  // namespace
