@@ -11,12 +11,13 @@ namespace {
 
 constexpr size_t kMaxLineBytes = 1024;
 constexpr char kCutMark[] = "...\n";
+constexpr size_t kCutMarkBytes = sizeof(kCutMark) - 1;
 
 // Ends the text of `length` bytes (as vsnprintf counts them) with a newline, or marks it where it was cut.
 size_t endLine(char* line, size_t length) {
-  if (length > kMaxLineBytes - 2) {
-    memcpy(line + kMaxLineBytes - sizeof(kCutMark), kCutMark, sizeof(kCutMark));
-    return kMaxLineBytes - 1;
+  if (length >= kMaxLineBytes) {
+    memcpy(line + kMaxLineBytes - kCutMarkBytes, kCutMark, kCutMarkBytes);
+    return kMaxLineBytes;
   }
   if (length == 0 || line[length - 1] != '\n') {
     line[length++] = '\n';
