@@ -11,13 +11,8 @@ ObjectRegistry::Node ObjectRegistry::s_initialNodes[kInitialCapacity];
 alignas(64) uint32_t ObjectRegistry::s_initialBuckets[kInitialCapacity];
 ObjectRegistry ObjectRegistry::s_instance;
 
-// Fibonacci hashing of 512-byte blocks, which spread over the whole table, with the place in the block in the lowest
-// bits: neighbours share a cache line of the table.
 inline uint32_t& ObjectRegistry::bucketOf(const KelpObject* object) {
-  const auto address = reinterpret_cast<uintptr_t>(object);
-  const uint32_t blockHash = static_cast<uint32_t>(address >> 9) * 2654435769U;
-  const uint32_t placeInBlock = static_cast<uint32_t>(address >> 5) & 15;
-  return m_buckets[((blockHash >> 8) ^ placeInBlock) & (m_capacity - 1)];
+  return m_buckets[bucketNumberOf(object, m_hashShift)];
 }
 
 // The link that holds the object's node number or, where it is not registered, the 0 that ends its bucket's chain.
@@ -100,6 +95,7 @@ void ObjectRegistry::grow() {
   m_nodes = nodes;
   m_buckets = buckets;
   m_capacity *= 2;
+  m_hashShift--;
   for (uint32_t number = nodes[0].newer; number != 0; number = nodes[number].newer) {
     uint32_t& bucket = bucketOf(nodes[number].object);
     nodes[number].nextInChain = bucket;

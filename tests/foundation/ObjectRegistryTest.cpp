@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <stdint.h>
 
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <thread>
@@ -90,6 +91,21 @@ TEST(ObjectRegistryTest, KnowsExactlyTheLivingObjectsWhileTheyComeAndGo) {
     }
   }
   EXPECT_EQ(wrongAnswers, 0U);
+}
+
+// Side by side, a page apart, and as far apart as the stacks of threads are.
+TEST(ObjectRegistryTest, ObjectsInStepSpreadOverTheBuckets) {
+  constexpr uint32_t kHashShift = 22;
+  constexpr uintptr_t kObjects = 200;
+  for (const uintptr_t stride : {uintptr_t{32}, uintptr_t{512}, uintptr_t{4096}, uintptr_t{1} << 20, uintptr_t{1} << 23,
+                                 (uintptr_t{1} << 23) + 4096}) {
+    std::vector<int> objectsIn(1024, 0);
+    for (uintptr_t i = 0; i < kObjects; ++i) {
+      const auto* object = reinterpret_cast<const KelpObject*>(uintptr_t{0xb0012340} + i * stride);
+      objectsIn.at(ObjectRegistry::bucketNumberOf(object, kHashShift))++;
+    }
+    EXPECT_LE(*std::max_element(objectsIn.begin(), objectsIn.end()), 8) << stride;
+  }
 }
 
 TEST(ObjectRegistryTest, OneRemovalForgetsAnAddressThatWasEnteredTwice) {
