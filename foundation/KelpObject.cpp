@@ -9,18 +9,21 @@ KelpObject::KelpObject() : m_objectType(ObjectType_None) {
   ObjectRegistry::getInstance().add(*this);
 }
 
-KelpObject::KelpObject(const KelpObject& other) : m_objectType(other.m_objectType) {
+KelpObject::KelpObject(const KelpObject& other) : m_objectType(other.m_objectType.load(std::memory_order_relaxed)) {
   ObjectRegistry::getInstance().add(*this);
 }
 
-KelpObject& KelpObject::operator=(const KelpObject& other) = default;
+KelpObject& KelpObject::operator=(const KelpObject& other) {
+  setObjectType(other.m_objectType.load(std::memory_order_relaxed));
+  return *this;
+}
 
 KelpObject::~KelpObject() {
   ObjectRegistry::getInstance().remove(*this);
 }
 
 void KelpObject::setObjectType(ObjectType type) {
-  m_objectType = type;
+  m_objectType.store(type, std::memory_order_relaxed);
 }
 
 bool KelpObject::isObjectExist(const KelpObject* object) {

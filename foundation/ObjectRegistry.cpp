@@ -76,7 +76,7 @@ bool ObjectRegistry::find(const KelpObject* object, KelpObject::ObjectType& type
   if (*linkTo(object) == 0) {
     return false;
   }
-  type = object->m_objectType;
+  type = object->m_objectType.load(std::memory_order_relaxed);
   return true;
 }
 

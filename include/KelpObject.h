@@ -8,6 +8,8 @@
 #ifndef KELP_FOUNDATION_KELP_OBJECT_H
 #define KELP_FOUNDATION_KELP_OBJECT_H
 
+#include <atomic>
+
 #include "KelpExport.h"
 
 namespace Kelp {
@@ -78,7 +80,8 @@ class KELP_EXPORT KelpObject {
  private:
   friend class ObjectRegistry;
 
-  ObjectType m_objectType;
+  // Atomic: whoever asks about a dangling pointer reads it while another thread builds an object at that very address.
+  std::atomic<ObjectType> m_objectType;
 };
 
 }  // namespace Kelp

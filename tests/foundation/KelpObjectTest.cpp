@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <atomic>
 #include <memory>
 #include <new>
 #include <string>
@@ -252,6 +253,32 @@ TEST(KelpObjectTest, AnswersRightWhileOtherThreadsBuildAndDestroy) {
     thread.join();
   }
   EXPECT_EQ(wrongAnswers, 0U);
+}
+
+// A dangling pointer may be asked about, and another thread may build the next object just there.
+TEST(KelpObjectTest, AnswersAboutAnAddressWhereAnotherThreadBuilds) {
+  alignas(Typed) unsigned char storage[sizeof(Typed)];
+  const auto* address = reinterpret_cast<const KelpObject*>(storage);
+  std::atomic<bool> isAsking{true};
+  std::thread builder([&] {
+    while (isAsking) {
+      auto* object = new (storage) Typed(KelpObject::ObjectType_FdOperator);
+      object->~Typed();
+    }
+  });
+  const std::string unset = existLine(address, 0);
+  const std::string set = existLine(address, 16);
+  int found = 0;
+  while (found < 100) {
+    const LogCapture log;
+    if (KelpObject::isObjectExist(address)) {
+      found++;
+      const std::string message = log.lines().at(0).message;
+      EXPECT_TRUE(message == unset || message == set) << message;
+    }
+  }
+  isAsking = false;
+  builder.join();
 }
 
 TEST(KelpObjectTest, HoldsTheVirtualTablePointerThenTheType) {
