@@ -63,7 +63,7 @@ class KELP_EXPORT KelpObject {
   KelpObject();
   KelpObject(const KelpObject& other);  // a copy is an object of its own: it enters the registry too
 
-  // The registered identity stays with the object; only the type number is taken over.
+  // Changes nothing: place in the registry and type number are the object's own.
   KelpObject& operator=(const KelpObject& other);
 
   // Leaves the registry.
