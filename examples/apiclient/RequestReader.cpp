@@ -60,7 +60,10 @@ const std::map<std::string, std::vector<ArgumentReader>>& methods() {
   static const std::map<std::string, std::vector<ArgumentReader>> s_methods = {
       {"getApplicationList", {}},
       {"getPreferences", {readInstallId}},
+      {"getStatus", {}},
       {"initAllData", {}},
+      {"restorePreferences", {readInstallId}},
+      {"savePreferences", {readInstallId}},
       {"setPreference", {readInstallId, readPrefName, readPrefType, readPrefValue}},
       {"startApplication", {readInstallId}},
       {"stopApplication", {readExecId}},

@@ -46,6 +46,16 @@ ApplicationPreferences& Application::preferences() {
   return m_preferences;
 }
 
+std::string Application::savedPreferencesPath() const {
+  return Kelp::FilePathManager::getAppPrefsBackupFilePath(m_name);
+}
+
+void Application::announcePreferences() const {
+  if (m_process != nullptr) {
+    m_process->orderToReadPreferences();
+  }
+}
+
 void Application::describe(Record& record) const {
   record.putHexadecimal(kInstallId, m_installId);
   record.putString(kAppName, m_name);

@@ -32,6 +32,12 @@ class Application {
 
   ApplicationPreferences& preferences();
 
+  // What the saved preferences are kept in.
+  std::string savedPreferencesPath() const;
+
+  // They have changed: a process that runs reads them again.
+  void announcePreferences() const;
+
   void describe(Record& record) const;
 
  private:

@@ -1,11 +1,17 @@
 #include "core/ApplicationPreferences.h"
 
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
 #include <list>
-#include <vector>
 
 #include "AppPref.h"
 #include "AppPrefEnumeration.h"
+#include "FileOperator.h"
+#include "SysFunc.h"
 #include "common/WebApi.h"
+#include "crcCalculator.h"
 
 namespace KelpExample {
 
@@ -36,6 +42,40 @@ void describePref(const Kelp::AppPref& pref, Record& record) {
   record.endStruct();
 }
 
+std::string textOf(const Kelp::AppPrefList& list) {
+  std::string text;
+  list.getAppPrefJsonStringForCRC(text);
+  return text;
+}
+
+// The checksum becomes the first member of the object that the text is.
+std::string withChecksum(const std::string& text) {
+  const unsigned short crc =
+      Kelp::crcCalculator::getCRC(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  char member[48];
+  snprintf(member, sizeof(member), "\n  \"appPreferenceCrc\":\"0x%04X\",", static_cast<unsigned int>(crc));
+  return text.substr(0, 1) + member + text.substr(1);
+}
+
+bool writeToDisk(const std::string& path, const std::string& text) {
+  Kelp::FileOperator file(path, false);
+  if (file.open(O_WRONLY | O_CREAT | O_TRUNC, 0600) != 0) {
+    return false;
+  }
+  const int size = static_cast<int>(text.size());
+  return file.write(text.data(), size) == size && fsync(file.getFd()) == 0;
+}
+
+// Whatever happens, the old or the new file is at the path, and is whole.
+Kelp::CommonReturnCode_t replaceFile(const std::string& path, const std::string& text) {
+  const std::string newPath = path + "~";
+  if (!writeToDisk(newPath, text) || Kelp::SysFunc::kelpRename(newPath, path) != Kelp::CommonReturnCode_Ok) {
+    unlink(newPath.c_str());
+    return Kelp::CommonReturnCode_IoError;
+  }
+  return Kelp::CommonReturnCode_Ok;
+}
+
 }  // namespace
 
 // The function id is compared for default files only.
@@ -61,10 +101,32 @@ Kelp::CommonReturnCode_t ApplicationPreferences::setDefaults() {
     return Kelp::CommonReturnCode_InvalidApplicationPreference;
   }
   Kelp::AppPrefList changed(m_list);
-  for (Kelp::AppPref* pref : changed.getPrefList()) {
-    pref->setDefaultValue();
-  }
+  changed.setDefaultValue(nullptr);
   return save(changed);
+}
+
+Kelp::CommonReturnCode_t ApplicationPreferences::saveTo(const std::string& filePath) const {
+  if (!isValid()) {
+    return Kelp::CommonReturnCode_InvalidApplicationPreference;
+  }
+  const std::string text = textOf(m_list);
+  return text.empty() ? Kelp::CommonReturnCode_NotEnoughMemory : replaceFile(filePath, withChecksum(text));
+}
+
+// Works on a copy, like set(). A restored list that could not be written is no failure to the list, but to us: what is
+// on disk is looked at.
+Kelp::CommonReturnCode_t ApplicationPreferences::restoreFrom(const std::string& filePath,
+                                                             std::vector<std::string>& changed) {
+  if (!isValid()) {
+    return Kelp::CommonReturnCode_InvalidApplicationPreference;
+  }
+  Kelp::AppPrefList restored(m_list);
+  const Kelp::CommonReturnCode_t code = restored.AppPrefRestore(filePath, &changed);
+  if (code != Kelp::CommonReturnCode_Ok) {
+    return code;
+  }
+  m_list = Kelp::AppPrefList(m_path, false, 0);
+  return textOf(m_list) == textOf(restored) ? Kelp::CommonReturnCode_Ok : Kelp::CommonReturnCode_IoError;
 }
 
 void ApplicationPreferences::describe(Record& record) const {
@@ -80,6 +142,14 @@ void ApplicationPreferences::describe(Record& record) const {
     }
   }
   record.endArray();
+}
+
+int ApplicationPreferences::getFuncId() const {
+  return m_list.getFuncId();
+}
+
+std::string ApplicationPreferences::getVersion() const {
+  return isValid() ? m_list.getMajorPrefVersion() + "." + m_list.getMinorPrefVersion() : "";
 }
 
 // After a failure the new file may still be in place, with the wrong mode: the file decides what holds.

@@ -1,11 +1,26 @@
 #include "core/WebApiMethods.h"
 
+#include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
+#include "AbsoluteTime.h"
 #include "common/WebApi.h"
 
 namespace KelpExample {
+
+namespace {
+
+void putNames(const char* arrayName, const std::vector<std::string>& names, Record& record) {
+  record.beginArray(arrayName);
+  for (const std::string& name : names) {
+    record.putString("", name);
+  }
+  record.endArray();
+}
+
+}  // namespace
 
 WebApiMethods::WebApiMethods(ApplicationTable& applications) : m_applications(applications) {}
 
@@ -14,7 +29,10 @@ void WebApiMethods::handle(CallPtr call) {
   static const std::map<std::string, Method> s_methods = {
       {"getApplicationList", &WebApiMethods::getApplicationList},
       {"getPreferences", &WebApiMethods::getPreferences},
+      {"getStatus", &WebApiMethods::getStatus},
       {"initAllData", &WebApiMethods::initAllData},
+      {"restorePreferences", &WebApiMethods::restorePreferences},
+      {"savePreferences", &WebApiMethods::savePreferences},
       {"setPreference", &WebApiMethods::setPreference},
       {"startApplication", &WebApiMethods::startApplication},
       {"stopApplication", &WebApiMethods::stopApplication},
@@ -85,6 +103,22 @@ void WebApiMethods::getPreferences(CallPtr call) {
   call->answer(Kelp::CommonReturnCode_Ok);
 }
 
+// A device whose platform keeps no running time has none to tell.
+void WebApiMethods::getStatus(CallPtr call) {
+  int runningCount = 0;
+  for (const auto& application : m_applications.all()) {
+    runningCount += application->process() == nullptr ? 0 : 1;
+  }
+  Record& results = call->results();
+  results.putDecimal("installedCount", static_cast<int32_t>(m_applications.all().size()));
+  results.putDecimal("runningCount", runningCount);
+  const int minutes = Kelp::AbsoluteTime::getTime();
+  if (minutes >= 0) {
+    results.putDecimal("deviceMinutes", minutes);
+  }
+  call->answer(Kelp::CommonReturnCode_Ok);
+}
+
 void WebApiMethods::setPreference(CallPtr call) {
   Application* application = findInstalled(*call);
   if (application == nullptr) {
@@ -101,10 +135,38 @@ void WebApiMethods::setPreference(CallPtr call) {
     return;
   }
   const Kelp::CommonReturnCode_t code = application->preferences().set(name, value, type);
-  if (code == Kelp::CommonReturnCode_Ok && application->process() != nullptr) {
-    application->process()->orderToReadPreferences();
+  if (code == Kelp::CommonReturnCode_Ok) {
+    application->announcePreferences();
   }
   call->results().putString(kPrefName, name);
+  call->answer(code);
+}
+
+void WebApiMethods::savePreferences(CallPtr call) {
+  Application* application = findInstalled(*call);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidInstallId);
+    return;
+  }
+  const std::filesystem::path path = application->savedPreferencesPath();
+  std::error_code ignored;  // a directory that cannot be made shows when the file is written
+  std::filesystem::create_directories(path.parent_path(), ignored);
+  call->answer(application->preferences().saveTo(path));
+}
+
+void WebApiMethods::restorePreferences(CallPtr call) {
+  Application* application = findInstalled(*call);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidInstallId);
+    return;
+  }
+  std::vector<std::string> changed;
+  const Kelp::CommonReturnCode_t code =
+      application->preferences().restoreFrom(application->savedPreferencesPath(), changed);
+  if (code == Kelp::CommonReturnCode_Ok) {
+    application->announcePreferences();
+  }
+  putNames("changed", changed, call->results());
   call->answer(code);
 }
 
@@ -117,9 +179,7 @@ void WebApiMethods::initAllData(CallPtr call) {
       result = code;
       continue;
     }
-    if (application->process() != nullptr) {
-      application->process()->orderToReadPreferences();
-    }
+    application->announcePreferences();
   }
   call->answer(result);
 }

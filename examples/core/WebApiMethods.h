@@ -29,7 +29,10 @@ class WebApiMethods {
   void startApplication(CallPtr call);
   void stopApplication(CallPtr call);
   void getPreferences(CallPtr call);
+  void getStatus(CallPtr call);
   void setPreference(CallPtr call);
+  void savePreferences(CallPtr call);
+  void restorePreferences(CallPtr call);
   void initAllData(CallPtr call);
 
   Application* findInstalled(const WebApiCall& call) const;

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 
 #include "FilePathManager.h"
+#include "KelpDebug.h"
 #include "TimerService.h"
 #include "common/Note.h"
 #include "common/StaleFifo.h"
@@ -17,6 +18,7 @@ int main() {
                       Kelp::FilePathManager::getCoreFifoPath().c_str());
     return EXIT_FAILURE;
   }
+  KelpDebugGenerateLogFile("core", 0);
   Kelp::TimerService::createInstance();
   bool isServed;
   {

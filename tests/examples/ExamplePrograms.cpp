@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "FilePathManager.h"
@@ -91,6 +93,20 @@ std::vector<std::string> filesIn(const std::string& directory) {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::string contentOf(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+void writeFile(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 void installApplications() {
@@ -185,6 +201,17 @@ ClientReply callApi(const std::string& body) {
   ClientProcess client(body, {"REQUEST_METHOD=POST", "CONTENT_TYPE=application/x-www-form-urlencoded",
                               "CONTENT_LENGTH=" + std::to_string(body.size())});
   return client.waitForReply();
+}
+
+ExamplesTest::ExamplesTest() : m_coreFifo(FilePathManager::getCoreFifoPath()) {
+  installApplications();
+  m_clockPrefs = FilePathManager::getAppPrefsFilePath("clock");
+}
+
+void ExamplesTest::endCore(CoreProcess& core) {
+  core.sendSignal(SIGTERM);
+  EXPECT_EQ(0, core.waitForEnd());
+  EXPECT_EQ(std::vector<std::string>(), filesIn(FilePathManager::getCoreTmpPath()));
 }
 
 ForeignPeer::ForeignPeer(Kelp::IpcAddressType type, int firstId, int secondId, const std::string& fifoPath)

@@ -3,6 +3,7 @@
 #ifndef KELP_TESTS_EXAMPLES_EXAMPLE_PROGRAMS_H
 #define KELP_TESTS_EXAMPLES_EXAMPLE_PROGRAMS_H
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -17,6 +18,10 @@ namespace KelpTest {
 bool waitUntil(const std::function<bool()>& isTrue);
 
 std::vector<std::string> filesIn(const std::string& directory);
+
+bool has(const std::string& text, const std::string& part);
+std::string contentOf(const std::string& path);
+void writeFile(const std::string& path, const std::string& bytes);
 
 // The applications of the demo, as the platform would have installed them.
 void installApplications();
@@ -66,6 +71,18 @@ class ClientProcess {
 
 // One whole call.
 ClientReply callApi(const std::string& body);
+
+// A machine with the demo's applications installed, in the test's private file systems.
+class ExamplesTest : public testing::Test {
+ protected:
+  ExamplesTest();
+
+  // Ends the core and checks that it ends well and leaves nothing behind.
+  static void endCore(CoreProcess& core);
+
+  const std::string m_coreFifo;
+  std::string m_clockPrefs;  // where an application's files are depends on what is installed
+};
 
 // An API client, application or core that speaks the messages' wire format. `firstId` and `secondId` are its identity.
 class ForeignPeer {

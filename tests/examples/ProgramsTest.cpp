@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <vector>
 
 #include "ExamplePrograms.h"
@@ -29,16 +28,6 @@ using KelpExample::Record;
 
 constexpr char kClockList[] = "methodName=getApplicationList";
 constexpr char kStartClock[] = "methodName=startApplication&installId=00000001";
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-std::string contentOf(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 std::string inMessage(const Record& record) {
   const uint32_t form = 1;
@@ -82,24 +71,7 @@ class Stopwatch {
   const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-class ProgramsTest : public testing::Test {
- protected:
-  // Where an application's files are depends on what is installed.
-  ProgramsTest() {
-    installApplications();
-    m_clockPrefs = FilePathManager::getAppPrefsFilePath("clock");
-  }
-
-  // Ends the core and checks that it ends well.
-  static void endCore(CoreProcess& core) {
-    core.sendSignal(SIGTERM);
-    EXPECT_EQ(0, core.waitForEnd());
-    EXPECT_EQ(std::vector<std::string>(), filesIn(FilePathManager::getCoreTmpPath()));
-  }
-
-  const std::string m_coreFifo = FilePathManager::getCoreFifoPath();
-  std::string m_clockPrefs;
-};
+class ProgramsTest : public ExamplesTest {};
 
 TEST_F(ProgramsTest, TheCoreEndsCleanlyOnSigterm) {
   CoreProcess core;
