@@ -20,6 +20,10 @@ struct Captured {
 
 std::mutex s_mutex;
 bool s_isCapturing = false;
+std::function<void()>& atEachLine() {
+  static auto* function = new std::function<void()>;  // as below
+  return *function;
+}
 std::vector<Captured>& captured() {
   static auto* lines = new std::vector<Captured>;  // never destroyed: static destructors may log
   return *lines;
@@ -88,16 +92,20 @@ LogLine traceLine(const std::string& file, int line, const std::string& function
   return {Kelp::kPfLogLevelTrace, "", "", file, line, function, message};
 }
 
-LogCapture::LogCapture() {
+LogCapture::LogCapture() : LogCapture(nullptr) {}
+
+LogCapture::LogCapture(const std::function<void()>& atEachLine) {
   const std::lock_guard<std::mutex> lock(s_mutex);
   captured().clear();
   s_isCapturing = true;
+  KelpTest::atEachLine() = atEachLine;
 }
 
 LogCapture::~LogCapture() {
   const std::lock_guard<std::mutex> lock(s_mutex);
   captured().clear();
   s_isCapturing = false;
+  atEachLine() = nullptr;
 }
 
 std::vector<LogLine> LogCapture::lines() const {
@@ -129,9 +137,16 @@ extern "C" int PfLogPrintf(unsigned int level, const char* format, ...) {
   va_start(arguments, format);
   std::string text = KelpTest::formatLine(format, arguments);
   va_end(arguments);
-  const std::lock_guard<std::mutex> lock(KelpTest::s_mutex);
-  if (KelpTest::s_isCapturing) {
-    KelpTest::captured().push_back({level, std::move(text)});
+  std::function<void()> atThisLine;
+  {
+    const std::lock_guard<std::mutex> lock(KelpTest::s_mutex);
+    if (KelpTest::s_isCapturing) {
+      KelpTest::captured().push_back({level, std::move(text)});
+      atThisLine = KelpTest::atEachLine();
+    }
+  }
+  if (atThisLine) {
+    atThisLine();
   }
   return 0;
 }

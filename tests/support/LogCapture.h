@@ -5,6 +5,7 @@
 #ifndef KELP_TESTS_SUPPORT_LOG_CAPTURE_H
 #define KELP_TESTS_SUPPORT_LOG_CAPTURE_H
 
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -32,6 +33,8 @@ LogLine traceLine(const std::string& file, int line, const std::string& function
 class LogCapture {
  public:
   LogCapture();
+  // `atEachLine` runs as a logger would: inside each call that logs, on the calling thread.
+  explicit LogCapture(const std::function<void()>& atEachLine);
   ~LogCapture();
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
