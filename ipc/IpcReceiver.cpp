@@ -15,6 +15,12 @@ namespace {
 // Open to the users of all applications and API clients, whatever the umask of the process.
 constexpr mode_t kFifoMode = 0666;
 
+// On return the umask is back: the logger, which may make files or use the library, is called only then.
+bool makeFifo(const std::string& path) {
+  const ZeroUmask zeroUmask;
+  return mkfifo(path.c_str(), kFifoMode) == 0;
+}
+
 // Reads until `size` bytes are in and returns `size`. Returns the last read's result, which is 0 or below, when the
 // file ends before or reading fails.
 int readWhole(const FdOperator& fd, void* buffer, int size, int timeoutMs) {
@@ -50,8 +56,7 @@ IpcReceiver::IpcReceiver(const std::string& fifoPath) : m_fifo(fifoPath, true) {
 IpcReceiver::~IpcReceiver() = default;
 
 void IpcReceiver::makeComChannel() const {
-  ZeroUmask zeroUmask;
-  if (mkfifo(m_fifo.getPath().c_str(), kFifoMode) != 0) {
+  if (!makeFifo(m_fifo.getPath())) {
     KELP_LOG_ERROR("###ERROR###\n");
   }
 }

@@ -128,7 +128,7 @@ class IpcReceiverTest : public testing::Test {
 }  // namespace
 
 TEST_F(IpcReceiverTest, IsRegisteredUnderItsType) {
-  EXPECT_EQ(27, KelpTest::objectTypeOf(&receiver()));
+  EXPECT_EQ(27, KelpTest::objectTypeOf(receiver()));
 }
 
 TEST_F(IpcReceiverTest, ReceivesHeaderAndPayload) {
@@ -305,6 +305,18 @@ TEST(IpcReceiverCreationTest, TheUmaskIsRestoredOnFailureToo) {
   ASSERT_EQ(0, mkfifo(kFifoPath, 0600));
   const IpcReceiver receiver(kFifoPath);
   EXPECT_EQ(0077U, currentUmask());
+  umask(previous);
+}
+
+TEST(IpcReceiverCreationTest, TheUmaskIsRestoredBeforeTheFailureIsLogged) {
+  const mode_t previous = umask(0077);
+  ASSERT_EQ(0, mkfifo(kFifoPath, 0600));
+  std::vector<mode_t> masks;
+  {
+    const LogCapture log([&masks] { masks.push_back(currentUmask()); });
+    const IpcReceiver receiver(kFifoPath);
+  }
+  EXPECT_EQ(std::vector<mode_t>{0077}, masks);
   umask(previous);
 }
 
