@@ -19,7 +19,7 @@ class KELP_EXPORT IpcReceiver : public KelpObject {
  public:
   // Creates the FIFO, open to all users, and opens it for reading and writing: it does not see the end of file when
   // writers come and go. A FIFO that is there already is used, after one error line; remove a stale one first. When the
-  // open fails, one more error line is logged and every receive() returns 14.
+  // open fails, that is logged too, and every receive() returns 14.
   explicit IpcReceiver(const std::string& fifoPath);
   ~IpcReceiver() override;  // removes the FIFO's file, then closes the descriptor
   IpcReceiver(const IpcReceiver&) = delete;
@@ -34,7 +34,7 @@ class KELP_EXPORT IpcReceiver : public KelpObject {
 
   // Reads one message, blocking. `timeoutMs` bounds each wait for bytes, in milliseconds; -1 waits without limit.
   // Returns 0 "OK": the header is filled in and `data` holds header.dataSize bytes, which the caller releases with
-  // SysFunc::kelpFree, or null when that is 0. Otherwise, after one error line and with `data` null:
+  // SysFunc::kelpFree, or null when that is 0. Otherwise, after an error line and with `data` null:
   // 14 "File Access Error" when reading failed, nothing came in time, or the file ended inside the message;
   // 16 "Not Enough Memory" when there is none for the payload, or the header announces fewer than 0 or more than 4064
   // bytes: then nothing more is read, and what follows in the FIFO is taken for the next header.

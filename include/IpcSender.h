@@ -19,7 +19,7 @@ namespace Kelp {
 class KELP_EXPORT IpcSender : public KelpObject {
  public:
   // Opens the peer's FIFO for writing, without waiting: the peer must have created it already and hold it open. Where
-  // it does not, one error line is logged and every send() returns 14; the open is not tried again.
+  // it does not, that is logged and every send() returns 14; the open is not tried again.
   explicit IpcSender(const std::string& fifoPath);
   ~IpcSender() override;  // closes the descriptor; the FIFO stays the peer's
   IpcSender(const IpcSender&) = delete;
