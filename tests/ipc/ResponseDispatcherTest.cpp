@@ -9,6 +9,7 @@
 #include "ipc/IpcTestSupport.h"
 #include "ipc/LoopFixture.h"
 #include "support/LogCapture.h"
+#include "support/VirtualSlot.h"
 
 using Kelp::IpcDataResponse;
 using Kelp::ResponseDispatcher;
@@ -59,8 +60,13 @@ class MinimalHandler : public Kelp::IpcEventSender::ResponseHandler {
 
 }  // namespace
 
+TEST_F(ResponseDispatcherTest, HandlersKeepTheOrderOfTheirOperations) {
+  EXPECT_EQ(2U, KelpTest::slotOf(&Kelp::IpcEventSender::ResponseHandler::handleResponse));
+  EXPECT_EQ(3U, KelpTest::slotOf(&Kelp::IpcEventSender::ResponseHandler::handleTimeoutError));
+}
+
 TEST_F(ResponseDispatcherTest, IsRegisteredUnderItsType) {
-  EXPECT_EQ(25, KelpTest::objectTypeOf(&m_dispatcher));
+  EXPECT_EQ(25, KelpTest::objectTypeOf(m_dispatcher));
 }
 
 TEST_F(ResponseDispatcherTest, AResponseReachesTheHandlerOfItsSession) {
@@ -205,8 +211,8 @@ TEST_F(ResponseDispatcherTimeoutTest, TheHandlerIsToldOnceThatNoResponseCame) {
   const LogCapture log;
   runLoop([&] {
     m_dispatcher.addResponseHandler(6, handler, -1);
+    callAfter(60, [&] { EXPECT_TRUE(handler.timedOut.empty()); });  // started first: due first on any machine
     m_dispatcher.addResponseHandler(7, handler, 100);
-    callAfter(60, [&] { EXPECT_TRUE(handler.timedOut.empty()); });
     callAfter(250, endLoop);
   });
   EXPECT_EQ(std::vector<SessionId_t>{7}, handler.timedOut);
@@ -274,16 +280,19 @@ TEST_F(ResponseDispatcherTimeoutTest, AHandlerThatDiesTakesItsTimersAlong) {
 TEST_F(ResponseDispatcherTimeoutTest, EachSessionHasATimeOutOfItsOwn) {
   ResponseRecorder handler;
   runLoop([&] {
-    m_dispatcher.addResponseHandler(1, handler, 90);
-    m_dispatcher.addResponseHandler(2, handler, 30);
-    m_dispatcher.addResponseHandler(3, handler, 60);
-    handler.then = [](SessionId_t sessionId) {
-      if (sessionId == 1) {
+    m_dispatcher.addResponseHandler(1, handler, 60000);
+    m_dispatcher.addResponseHandler(3, handler, 10);  // from here on in the order in which they are due
+    m_dispatcher.addResponseHandler(2, handler, 20);
+    m_dispatcher.addResponseHandler(4, handler, 30);
+    handler.then = [this](SessionId_t sessionId) {
+      if (sessionId == 4) {
+        dispatch(m_dispatcher, 1);
         endLoop();
       }
     };
   });
-  EXPECT_EQ((std::vector<SessionId_t>{2, 3, 1}), handler.timedOut);
+  EXPECT_EQ((std::vector<SessionId_t>{3, 2, 4}), handler.timedOut);
+  EXPECT_EQ(1U, handler.told.size());
 }
 
 TEST_F(ResponseDispatcherTimeoutTest, ATimeOutOfWeeksDoesNotOverflow) {
@@ -327,6 +336,21 @@ TEST_F(ResponseDispatcherTimeoutTest, AHandlerMayDeleteItselfWhenItsTimeIsUp) {
     m_dispatcher.addResponseHandler(8, *handler, 60000);
   });
   EXPECT_TRUE(log.contains(removed));
+  EXPECT_TRUE(log.errors().empty());
+}
+
+TEST_F(ResponseDispatcherTimeoutTest, AHandlerMayDeleteTheDispatcherWhenItsTimeIsUp) {
+  auto dispatcher = std::make_unique<ResponseDispatcher>();
+  ResponseRecorder handler;
+  const LogCapture log;
+  runLoop([&] {
+    handler.then = [&](SessionId_t /*sessionId*/) {
+      dispatcher.reset();
+      endLoop();
+    };
+    dispatcher->addResponseHandler(7, handler, 1);
+  });
+  EXPECT_EQ(std::vector<SessionId_t>{7}, handler.timedOut);
   EXPECT_TRUE(log.errors().empty());
 }
 
