@@ -4,11 +4,19 @@
 
 #include "IpcAddressApi.h"
 #include "ipc/IpcTestSupport.h"
+#include "support/VirtualSlot.h"
 
 using Kelp::IpcAddress;
 using Kelp::IpcAddressApi;
 using Kelp::IpcSrcSpecificId;
 using Kelp::IpcSrcSpecificId_Api;
+
+TEST(IpcAddressApiTest, KeepsTheOrderOfItsOperations) {
+  EXPECT_EQ(2U, KelpTest::slotOf(&IpcAddress::getFifoFilePath));
+  EXPECT_EQ(3U, KelpTest::slotOf(&IpcAddress::clone));
+  EXPECT_EQ(4U, KelpTest::slotOf(&IpcAddress::getSrcSpecificId));
+  EXPECT_EQ(5U, KelpTest::slotOf(&IpcAddressApi::getFifoFilePathForCallback));
+}
 
 TEST(IpcAddressApiTest, NamesItsFifoAfterTheProcess) {
   EXPECT_EQ("/tmp/Kelp/fifo000004D2", IpcAddressApi(1234).getFifoFilePath());
@@ -44,9 +52,9 @@ TEST(IpcAddressApiTest, CopiesAndClonesAreRegisteredUnderTheirType) {
   const IpcAddressApi address(1234);
   const IpcAddressApi copy(address);
   const std::unique_ptr<IpcAddress> clone(address.clone());
-  EXPECT_EQ(18, KelpTest::objectTypeOf(&address));
-  EXPECT_EQ(18, KelpTest::objectTypeOf(&copy));
-  EXPECT_EQ(18, KelpTest::objectTypeOf(clone.get()));
+  EXPECT_EQ(18, KelpTest::objectTypeOf(address));
+  EXPECT_EQ(18, KelpTest::objectTypeOf(copy));
+  EXPECT_EQ(18, KelpTest::objectTypeOf(*clone));
 }
 
 TEST(IpcAddressApiTest, AssignmentTakesTheIdentityOver) {

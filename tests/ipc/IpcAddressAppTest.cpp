@@ -45,9 +45,9 @@ TEST(IpcAddressAppTest, CopiesAndClonesAreRegisteredUnderTheirType) {
   const IpcAddressApp address(3, 1);
   const IpcAddressApp copy(address);
   const std::unique_ptr<IpcAddress> clone(address.clone());
-  EXPECT_EQ(19, KelpTest::objectTypeOf(&address));
-  EXPECT_EQ(19, KelpTest::objectTypeOf(&copy));
-  EXPECT_EQ(19, KelpTest::objectTypeOf(clone.get()));
+  EXPECT_EQ(19, KelpTest::objectTypeOf(address));
+  EXPECT_EQ(19, KelpTest::objectTypeOf(copy));
+  EXPECT_EQ(19, KelpTest::objectTypeOf(*clone));
 }
 
 TEST(IpcAddressAppTest, AssignmentTakesTheIdentityOver) {

@@ -31,15 +31,15 @@ TEST(IpcAddressCoreTest, CopiesAndClonesAreRegisteredUnderTheirType) {
   const IpcAddressCore address;
   const IpcAddressCore copy(address);
   const std::unique_ptr<IpcAddress> clone(address.clone());
-  EXPECT_EQ(20, KelpTest::objectTypeOf(&address));
-  EXPECT_EQ(20, KelpTest::objectTypeOf(&copy));
-  EXPECT_EQ(20, KelpTest::objectTypeOf(clone.get()));
+  EXPECT_EQ(20, KelpTest::objectTypeOf(address));
+  EXPECT_EQ(20, KelpTest::objectTypeOf(copy));
+  EXPECT_EQ(20, KelpTest::objectTypeOf(*clone));
 }
 
 TEST(IpcAddressCoreTest, AssignmentKeepsTheObjectRegistered) {
   const IpcAddressCore other;
   IpcAddressCore address;
   address = other;
-  EXPECT_EQ(20, KelpTest::objectTypeOf(&address));
+  EXPECT_EQ(20, KelpTest::objectTypeOf(address));
   EXPECT_EQ("/tmp/Kelp/fifocore", address.getFifoFilePath());
 }

@@ -78,7 +78,7 @@ TEST(IpcAddressTest, FillingInLeavesTheRestOfTheHeader) {
 TEST(IpcAddressTest, RebuildsAnApplicationsAddress) {
   IpcHeader header = headerFrom(IpcAddressApp(3, 1));
   const std::unique_ptr<IpcAddress> address(IpcAddress::createIpcAddress(header));
-  EXPECT_EQ(19, KelpTest::objectTypeOf(address.get()));
+  EXPECT_EQ(19, KelpTest::objectTypeOf(*address));
   EXPECT_EQ(Kelp::IpcAddressType_App, address->getIpcAddressType());
   EXPECT_EQ("/tmp/Kelp/fifo00000003_00000001", address->getFifoFilePath());
 }
@@ -86,7 +86,7 @@ TEST(IpcAddressTest, RebuildsAnApplicationsAddress) {
 TEST(IpcAddressTest, RebuildsAnApiClientsAddress) {
   IpcHeader header = headerFrom(IpcAddressApi(1234));
   const std::unique_ptr<IpcAddress> address(IpcAddress::createIpcAddress(header));
-  EXPECT_EQ(18, KelpTest::objectTypeOf(address.get()));
+  EXPECT_EQ(18, KelpTest::objectTypeOf(*address));
   EXPECT_EQ(Kelp::IpcAddressType_Api, address->getIpcAddressType());
   EXPECT_EQ("/tmp/Kelp/fifo000004D2", address->getFifoFilePath());
 }
@@ -94,7 +94,7 @@ TEST(IpcAddressTest, RebuildsAnApiClientsAddress) {
 TEST(IpcAddressTest, RebuildsTheCoresAddressWhateverTheMarker) {
   IpcHeader header = headerOfType(Kelp::IpcAddressType_Core);
   const std::unique_ptr<IpcAddress> address(IpcAddress::createIpcAddress(header));
-  EXPECT_EQ(20, KelpTest::objectTypeOf(address.get()));
+  EXPECT_EQ(20, KelpTest::objectTypeOf(*address));
   EXPECT_EQ(Kelp::IpcAddressType_Core, address->getIpcAddressType());
   EXPECT_EQ("/tmp/Kelp/fifocore", address->getFifoFilePath());
 }

@@ -16,6 +16,7 @@
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "support/VirtualSlot.h"
 
 using Kelp::IpcAddress;
 using Kelp::IpcAddressType;
@@ -82,12 +83,17 @@ class Inspector : public IpcEventReceiver::RequestHandler {
 
 }  // namespace
 
+TEST_F(IpcEventReceiverTest, HandlersKeepTheOrderOfTheirOperations) {
+  EXPECT_EQ(2U, KelpTest::slotOf(&IpcEventReceiver::RequestHandler::handleRequest));
+  EXPECT_EQ(2U, KelpTest::slotOf(&IpcEventReceiver::OneWayRequestHandler::handleOneWayRequest));
+}
+
 TEST_F(IpcEventReceiverTest, ItsPartsAreRegisteredUnderTheirTypes) {
-  EXPECT_EQ(22, KelpTest::objectTypeOf(&receiver()));
+  EXPECT_EQ(22, KelpTest::objectTypeOf(receiver()));
   const IpcEventReceiver::OneWayRequestDispatcher oneWayRequestDispatcher;
-  EXPECT_EQ(23, KelpTest::objectTypeOf(&oneWayRequestDispatcher));
+  EXPECT_EQ(23, KelpTest::objectTypeOf(oneWayRequestDispatcher));
   const IpcEventReceiver::RequestDispatcher requestDispatcher;
-  EXPECT_EQ(24, KelpTest::objectTypeOf(&requestDispatcher));
+  EXPECT_EQ(24, KelpTest::objectTypeOf(requestDispatcher));
 }
 
 TEST_F(IpcEventReceiverTest, ServesACopyOfItsAddress) {
@@ -228,6 +234,38 @@ TEST_F(IpcEventReceiverTest, PayloadAndSourceAddressAreGoneAfterTheCall) {
   EXPECT_EQ(1, KelpTest::callCount(Call::Free) - frees);
   ASSERT_NE(nullptr, handler.address);
   EXPECT_FALSE(ObjectRegistry::getInstance().contains(handler.address));
+}
+
+TEST_F(IpcEventReceiverTest, AHandlerMayDeleteTheReceiver) {
+  RequestRecorder handler;
+  handler.then = [this](IpcAddress& src, Kelp::SessionId_t /*sessionId*/) {
+    destroyReceiver();
+    EXPECT_EQ("/tmp/Kelp/fifo00000003_00000001", src.getFifoFilePath());
+  };
+  handleRequestsOfAll(handler);
+  const LogCapture log;
+  receive(makeMessage(1, 5, 0, 3, 1, "the last one"));
+  EXPECT_EQ(1U, handler.told.size());
+  EXPECT_FALSE(KelpTest::exists(kCorePath));
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(IpcEventReceiverTest, AOneWayHandlerMayDeleteTheReceiver) {
+  OneWayRecorder handler;
+  handler.then = [this] { destroyReceiver(); };
+  receiver().setOneWayRequestHandler(Kelp::IpcAddressType_App, handler);
+  receive(makeMessage(0, 0xFFFFFFFF, 0, 3, 1, "the last one"));
+  EXPECT_EQ(1U, handler.told.size());
+  EXPECT_FALSE(KelpTest::exists(kCorePath));
+}
+
+TEST_F(IpcEventReceiverTest, AResponseHandlerMayDeleteTheReceiver) {
+  KelpTest::ResponseRecorder handler;
+  handler.then = [this](Kelp::SessionId_t /*sessionId*/) { destroyReceiver(); };
+  receiver().addResponseHandler(9, handler, -1);
+  receive(makeMessage(2, 9, 1, 1234, 0, "the last one"));
+  EXPECT_EQ(1U, handler.told.size());
+  EXPECT_FALSE(KelpTest::exists(kCorePath));
 }
 
 TEST_F(IpcEventReceiverTest, AMessageThatCannotBeReadIsDroppedAndTheNextOneIsServed) {

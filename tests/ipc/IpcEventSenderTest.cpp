@@ -111,9 +111,9 @@ class IpcConversationTest : public KelpTest::LoopFixture {
 
 TEST_F(IpcEventSenderTest, IsRegisteredUnderItsType) {
   const IpcEventSender sender(IpcAddressCore(), IpcAddressApp(3, 1));
-  EXPECT_EQ(26, KelpTest::objectTypeOf(&sender));
+  EXPECT_EQ(26, KelpTest::objectTypeOf(sender));
   const IpcEventSender requester(IpcAddressCore(), receiver());
-  EXPECT_EQ(26, KelpTest::objectTypeOf(&requester));
+  EXPECT_EQ(26, KelpTest::objectTypeOf(requester));
 }
 
 TEST_F(IpcEventSenderTest, AOneWayRequestHasNoSession) {

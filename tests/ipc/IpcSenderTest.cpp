@@ -114,7 +114,7 @@ void countSignal(int /*signal*/) {
 
 TEST_F(IpcSenderTest, IsRegisteredUnderItsType) {
   const IpcSender sender(kFifoPath);
-  EXPECT_EQ(28, KelpTest::objectTypeOf(&sender));
+  EXPECT_EQ(28, KelpTest::objectTypeOf(sender));
 }
 
 TEST_F(IpcSenderTest, SendsHeaderAndPayloadWithOneWrite) {
@@ -302,6 +302,25 @@ TEST_F(IpcSenderWithoutPeerTest, ADeadPeerReachesNoHandlerOfTheSignal) {
   sendToDeadPeer(countSignal);
   EXPECT_EQ(0, s_signals.load());
   EXPECT_FALSE(KelpTest::isSigpipeBlocked());
+}
+
+TEST_F(IpcSenderWithoutPeerTest, ADeadPeerOfOneThreadReachesNoHandlerOnAnother) {
+  s_signals = 0;
+  std::thread([this] { sendToDeadPeer(countSignal); }).join();
+  EXPECT_EQ(0, s_signals.load());
+}
+
+TEST_F(IpcSenderWithoutPeerTest, TheSignalMayBeIgnoredOnlyAfterTheSenderWasBuilt) {
+  const SigpipeBlocked blocked;  // keeps what would be left over
+  IpcSender sender(kFifoPath);
+  closeReader();
+  {
+    const SigpipeDisposition ignored(SIG_IGN);
+    EXPECT_EQ(Kelp::CommonReturnCode_FileAccessError, send(sender, "lost"));
+    EXPECT_TRUE(takePendingSigpipes().empty());
+  }
+  EXPECT_EQ(Kelp::CommonReturnCode_FileAccessError, send(sender, "lost too"));
+  EXPECT_TRUE(takePendingSigpipes().empty());
 }
 
 TEST_F(IpcSenderWithoutPeerTest, AProcessThatIgnoresTheSignalIsSparedTheCallsAroundTheWrite) {

@@ -5,12 +5,11 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include "foundation/ObjectRegistry.h"
 
 namespace KelpTest {
 
@@ -27,12 +26,6 @@ std::string linkTarget(const std::string& path) {
 
 }  // namespace
 
-Kelp::KelpObject::ObjectType objectTypeOf(const Kelp::KelpObject* object) {
-  Kelp::KelpObject::ObjectType type = Kelp::KelpObject::ObjectType_None;
-  Kelp::ObjectRegistry::getInstance().find(object, type);
-  return type;
-}
-
 std::vector<int> descriptorsOf(const std::string& path) {
   std::vector<int> fds;
   DIR* const directory = opendir("/proc/self/fd");
@@ -43,10 +36,6 @@ std::vector<int> descriptorsOf(const std::string& path) {
   }
   closedir(directory);
   return fds;
-}
-
-bool isCloseOnExec(int fd) {
-  return (fcntl(fd, F_GETFD, 0) & FD_CLOEXEC) != 0;
 }
 
 bool exists(const std::string& path) {
@@ -85,6 +74,7 @@ DescriptorShortage::~DescriptorShortage() {
 
 ChildProcess::ChildProcess(const std::function<int()>& body) : m_pid(fork()), m_isReaped(false), m_result(-1) {
   if (m_pid == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     alarm(kChildSeconds);
     _exit(body());
   }

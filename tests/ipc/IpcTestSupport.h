@@ -9,18 +9,15 @@
 #include <vector>
 
 #include "IpcData.h"
-#include "KelpObject.h"
+#include "support/Descriptors.h"
+#include "support/ObjectType.h"
 
 namespace KelpTest {
 
 constexpr char kFifoPath[] = "/tmp/Kelp/fifo";
 
-// The type number under which the object is registered; None when it is not.
-Kelp::KelpObject::ObjectType objectTypeOf(const Kelp::KelpObject* object);
-
 // The process's descriptors that are open on `path`.
 std::vector<int> descriptorsOf(const std::string& path);
-bool isCloseOnExec(int fd);
 
 bool exists(const std::string& path);
 
@@ -48,7 +45,8 @@ class DescriptorShortage {
 };
 
 // A child process that runs `body` and exits with its result. It is killed and reaped at the latest when the object
-// dies, and ends by itself after five minutes. To be built while the process has one thread.
+// dies, does not outlive its parent, and ends by itself after five minutes. To be built while the process has one
+// thread.
 class ChildProcess {
  public:
   explicit ChildProcess(const std::function<int()>& body);
