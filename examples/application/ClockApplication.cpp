@@ -41,8 +41,8 @@ ClockApplication::ClockApplication(const std::string& name, const Kelp::IpcAddre
     : m_name(name),
       m_address(address),
       m_unexpectedMessages(m_address),
-      m_ipcEventReceiver(m_address),
-      m_signalEventReceiver({SIGTERM, SIGINT}, *this) {
+      m_signalEventReceiver({SIGTERM, SIGINT}, *this),
+      m_ipcEventReceiver(m_address) {
   setHandlers();
   m_isReceiving = m_looper.addEventReceiver(m_ipcEventReceiver);
   m_looper.addEventReceiver(m_signalEventReceiver);

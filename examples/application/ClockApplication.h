@@ -49,8 +49,8 @@ class ClockApplication : public Kelp::IpcEventReceiver::OneWayRequestHandler,
   const Kelp::IpcAddressApp m_address;
   Kelp::EventLooperMultiWait m_looper;
   UnexpectedMessages m_unexpectedMessages;
+  SignalEventReceiver m_signalEventReceiver;  // before the FIFO: no signal may end the process and leave it behind
   Kelp::IpcEventReceiver m_ipcEventReceiver;
-  SignalEventReceiver m_signalEventReceiver;
   bool m_isReceiving;
   Kelp::TimerId_t m_reportTimer = Kelp::INVALID_TIMER_ID;
   int m_reportCount = 0;

@@ -14,8 +14,8 @@ CoreDaemon::CoreDaemon()
     : m_applications(m_address),
       m_methods(m_applications),
       m_unexpectedMessages(m_address),
-      m_ipcEventReceiver(m_address),
-      m_signalEventReceiver({SIGTERM, SIGINT, SIGCHLD}, *this) {
+      m_signalEventReceiver({SIGTERM, SIGINT, SIGCHLD}, *this),
+      m_ipcEventReceiver(m_address) {
   setHandlers();
   m_isReceiving = m_looper.addEventReceiver(m_ipcEventReceiver);
   m_looper.addEventReceiver(m_signalEventReceiver);

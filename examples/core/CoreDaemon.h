@@ -41,8 +41,8 @@ class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
   ApplicationTable m_applications;
   WebApiMethods m_methods;
   UnexpectedMessages m_unexpectedMessages;
+  SignalEventReceiver m_signalEventReceiver;  // before the FIFO: no signal may end the process and leave it behind
   Kelp::IpcEventReceiver m_ipcEventReceiver;  // behind all that its handlers use
-  SignalEventReceiver m_signalEventReceiver;
   bool m_isReceiving;
   bool m_isShuttingDown = false;
 };
