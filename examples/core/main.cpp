@@ -13,6 +13,7 @@ int main() {
   // A client that dies before its answer is written must not take the core along; ignoring the signal once is cheaper
   // than having each send look after it.
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGCHLD, SIG_DFL);  // whoever started the core may ignore it, and then no child's end would be told
   if (!KelpExample::clearFifoPath(Kelp::FilePathManager::getCoreFifoPath())) {
     KelpExample::note("another core is running, or %s cannot be removed",
                       Kelp::FilePathManager::getCoreFifoPath().c_str());

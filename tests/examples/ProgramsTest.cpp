@@ -80,6 +80,16 @@ TEST_F(ProgramsTest, TheCoreEndsCleanlyOnSigterm) {
   endCore(core);
 }
 
+TEST_F(ProgramsTest, TheCoreNeedNotInheritThatChildrensEndsAreTold) {
+  const auto previous = signal(SIGCHLD, SIG_IGN);
+  CoreProcess core;
+  signal(SIGCHLD, previous);
+  EXPECT_EQ(200, callApi(kStartClock).httpStatus);
+  EXPECT_TRUE(waitUntil(isClockRunning));
+  EXPECT_EQ(200, callApi("methodName=stopApplication&execId=1").httpStatus);
+  endCore(core);
+}
+
 TEST_F(ProgramsTest, TheCoreRemovesAStaleFifoWithTheMessagesInIt) {
   ASSERT_EQ(0, mkfifo(m_coreFifo.c_str(), 0666));
   const int fd = open(m_coreFifo.c_str(), O_RDWR | O_CLOEXEC);
