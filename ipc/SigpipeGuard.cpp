@@ -66,8 +66,9 @@ void SigpipeGuard::takeBackRaised() {
     return;
   }
   // One was pending before. Had it been the process's, it would be pending still; so it was the thread's, into which
-  // the raised one merged, and it has been taken with it.
-  if (!isSigpipePending()) {
+  // the raised one merged, and it has been taken with it. Both may have been pending: the thread's then shows that no
+  // write raised it.
+  if (!isSigpipePending() || info.si_code != SI_USER) {
     putBackSigpipe(info);
   }
 }

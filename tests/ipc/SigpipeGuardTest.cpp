@@ -95,6 +95,14 @@ TEST_F(SigpipeGuardTest, KeepsOneThatWasPendingForTheProcess) {
   EXPECT_EQ(std::vector<int>{SI_QUEUE}, takePendingSigpipes());
 }
 
+TEST_F(SigpipeGuardTest, KeepsBothThatWerePendingForTheThreadAndForTheProcess) {
+  const SigpipeBlocked blocked;
+  pthread_sigqueue(pthread_self(), SIGPIPE, sigval{});
+  kill(getpid(), SIGPIPE);
+  raiseUnderGuard();
+  EXPECT_EQ((std::vector<int>{SI_QUEUE, SI_USER}), takePendingSigpipes());
+}
+
 TEST_F(SigpipeGuardTest, KnowsWhetherTheProcessIgnoresTheSignal) {
   EXPECT_FALSE(SigpipeGuard::isSigpipeIgnored());
   {
