@@ -24,6 +24,9 @@ CommonReturnCode_t decodeToMemory(char* text, unsigned int size, void*& data, un
 }
 
 CommonReturnCode_t decodeToFile(char* text, unsigned int size, const std::string& filePath) {
+  if (size == 0) {
+    return touchFile(filePath);
+  }
   unsigned int decodedSize = 0;
   if (Base64EncDec().getBase64(text, size, decodedSize) != CommonReturnCode_Ok) {
     return CommonReturnCode_InvalidProtocol;

@@ -14,7 +14,7 @@ namespace Kelp {
 // Into a block of `dataSize` bytes, which is released with SysFunc::kelpFree(); else "Not Enough Memory" (16).
 CommonReturnCode_t decodeToMemory(char* text, unsigned int size, void*& data, unsigned int& dataSize);
 
-// Into the file at `filePath`, as writeDataFile() does.
+// Into the file at `filePath`, as writeDataFile() does; no text at all only touches the file, as touchFile() does.
 CommonReturnCode_t decodeToFile(char* text, unsigned int size, const std::string& filePath);
 
 // Creates or overwrites the file. "I/O error" (15) when it cannot be opened or written whole.

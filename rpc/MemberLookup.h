@@ -10,15 +10,17 @@ namespace Kelp {
 // What a parser's getMember() returns when no member has the name.
 constexpr unsigned int kNoMember = 0xFFFFFFFF;
 
-// The first member of that name, or null.
+// The size of the first member of that name, whose place goes to `offset`; `missing`, with `offset` untouched, when
+// there is none.
 template <typename Member>
-const Member* findMember(const std::vector<Member>& table, const std::string& name) {
+unsigned int findMember(const std::vector<Member>& table, const std::string& name, long& offset, unsigned int missing) {
   for (const Member& member : table) {
     if (member.name == name) {
-      return &member;
+      offset = member.offset;
+      return member.size;
     }
   }
-  return nullptr;
+  return missing;
 }
 
 // A NUL-terminated copy of `size` bytes, which is released with SysFunc::kelpFree(). Returns `size`; or 0, with `copy`

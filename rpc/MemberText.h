@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "KelpReturnCode.h"
 #include "rpc/MemberLookup.h"
 
 namespace Kelp {
@@ -30,6 +31,39 @@ class MemberText {
   char* m_pText;
   unsigned int m_size;
 };
+
+// The getters of numbers, for a parser that has parsed its request.
+
+template <typename Parser>
+CommonReturnCode_t decimalMember(const Parser& parser, const std::string& name, int& value) {
+  const MemberText text(parser, name);
+  if (!text.hasText()) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  value = text.toDecimal();
+  return CommonReturnCode_Ok;
+}
+
+template <typename Parser>
+CommonReturnCode_t hexadecimalMember(const Parser& parser, const std::string& name, int& value) {
+  const MemberText text(parser, name);
+  if (!text.hasText()) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  text.toHexadecimal(value);
+  return CommonReturnCode_Ok;
+}
+
+// The getter of text of the parsers that tell an empty member from one that is missing.
+template <typename Parser>
+CommonReturnCode_t stringMember(const Parser& parser, const std::string& name, std::string& value) {
+  const MemberText text(parser, name);
+  if (text.isMissing()) {
+    return CommonReturnCode_InvalidProtocol;
+  }
+  value = text.hasText() ? text.get() : "";
+  return CommonReturnCode_Ok;
+}
 
 }  // namespace Kelp
 

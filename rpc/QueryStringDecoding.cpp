@@ -6,14 +6,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "rpc/WordScan.h"
+
 namespace Kelp {
 
 namespace {
 
-constexpr std::size_t kWord = sizeof(std::uint64_t);
 constexpr std::size_t kEscape = 3;  // characters
-constexpr std::uint64_t kOnes = 0x0101010101010101;
-constexpr std::uint64_t kHighBits = 0x80 * kOnes;
 
 enum Kind : unsigned char { Kind_Run, Kind_Escape, Kind_LineEnd, Kind_ValueEnd };
 
@@ -55,23 +54,6 @@ Kind kindOf(char character) {
   return kTables.kind[indexOf(character)];
 }
 
-std::uint64_t loadWord(const char* in) {
-  std::uint64_t word = 0;
-  memcpy(&word, in, kWord);
-  return word;
-}
-
-// The high bit of each byte that is below `limit`, which is at most 0x80, and of no other.
-constexpr std::uint64_t bytesBelow(std::uint64_t word, unsigned char limit) {
-  return ~(((word | kHighBits) - limit * kOnes) | word) & kHighBits;
-}
-
-// The high bit of each byte that is `character`, which is ASCII, and of no other.
-constexpr std::uint64_t bytesEqualTo(std::uint64_t word, unsigned char character) {
-  const std::uint64_t difference = word ^ (character * kOnes);
-  return ~(((difference & ~kHighBits) + ~kHighBits) | difference) & kHighBits;
-}
-
 // Marks what a word of a name cannot be taken over for. Letters, digits and most other characters are above '+'; what
 // is below without a meaning is looked at singly.
 std::uint64_t specialInName(std::uint64_t word) {
@@ -85,19 +67,6 @@ std::uint64_t specialInValue(std::uint64_t word) {
 
 std::uint64_t blanksForPluses(std::uint64_t word) {
   return word ^ ((bytesEqualTo(word, '+') >> 7U) * ('+' ^ ' '));
-}
-
-// The index, in memory, of the first byte that is marked. REQUIRES: one is.
-std::size_t firstMarked(std::uint64_t marks) {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-  return static_cast<std::size_t>(__builtin_ctzll(marks)) / 8;
-#else
-  return static_cast<std::size_t>(__builtin_clzll(marks)) / 8;
-#endif
-}
-
-std::size_t distance(const char* from, const char* to) {
-  return static_cast<std::size_t>(to - from);
 }
 
 bool endsNameRun(char character) {

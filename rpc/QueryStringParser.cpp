@@ -35,39 +35,15 @@ QueryStringParser::~QueryStringParser() {
 }
 
 CommonReturnCode_t QueryStringParser::getDecimal(const std::string& name, int& value) {
-  if (m_state != PERSAR_DONE) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  const MemberText text(*this, name);
-  if (!text.hasText()) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  value = text.toDecimal();
-  return CommonReturnCode_Ok;
+  return m_state == PERSAR_DONE ? decimalMember(*this, name, value) : CommonReturnCode_InvalidProtocol;
 }
 
 CommonReturnCode_t QueryStringParser::getHexadecimal(const std::string& name, int& value) {
-  if (m_state != PERSAR_DONE) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  const MemberText text(*this, name);
-  if (!text.hasText()) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  text.toHexadecimal(value);
-  return CommonReturnCode_Ok;
+  return m_state == PERSAR_DONE ? hexadecimalMember(*this, name, value) : CommonReturnCode_InvalidProtocol;
 }
 
 CommonReturnCode_t QueryStringParser::getStringData(const std::string& name, std::string& value) {
-  if (m_state != PERSAR_DONE) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  const MemberText text(*this, name);
-  if (text.isMissing()) {
-    return CommonReturnCode_InvalidProtocol;
-  }
-  value = text.hasText() ? text.get() : "";
-  return CommonReturnCode_Ok;
+  return m_state == PERSAR_DONE ? stringMember(*this, name, value) : CommonReturnCode_InvalidProtocol;
 }
 
 CommonReturnCode_t QueryStringParser::getBinaryData(const std::string& name, const std::string& filePath) {
@@ -76,7 +52,7 @@ CommonReturnCode_t QueryStringParser::getBinaryData(const std::string& name, con
   if (size == kNoMember) {
     return CommonReturnCode_InvalidProtocol;
   }
-  return size == 0 ? touchFile(filePath) : decodeToFile(m_pBuffer + offset, size, filePath);
+  return decodeToFile(m_pBuffer + offset, size, filePath);
 }
 
 CommonReturnCode_t QueryStringParser::getBinaryData(const std::string& name, void*& data, unsigned int& size) {
@@ -89,12 +65,7 @@ CommonReturnCode_t QueryStringParser::getBinaryData(const std::string& name, voi
 }
 
 unsigned int QueryStringParser::getMemberInfo(const std::string& name, long& offset) const {
-  const MemberTable_t* const member = findMember(m_memberTable, name);
-  if (member == nullptr) {
-    return kNoMember;
-  }
-  offset = member->offset;
-  return member->size;
+  return findMember(m_memberTable, name, offset, kNoMember);
 }
 
 unsigned int QueryStringParser::getMember(const std::string& name, char*& value) const {
@@ -118,7 +89,7 @@ char QueryStringParser::charDecoding(char*& cursor, unsigned int& remaining) con
 
 void QueryStringParser::doParsing() {
   KELP_ASSERT(PERSAR_INIT == m_state, "PERSAR_INIT == m_state");
-  if (!mapRequest(m_file, m_pBuffer, m_size)) {
+  if (!mapRequest(m_file, MappingUse::Front, m_pBuffer, m_size)) {
     m_state = PERSAR_ERROR;
     return;
   }

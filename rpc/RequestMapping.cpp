@@ -11,11 +11,16 @@ namespace Kelp {
 
 namespace {
 
-constexpr long long kMostPopulated = 64LL * 1024;  // bytes
+// Having the pages that are written to copied at once is cheaper than a fault for each. Of a small request they are
+// nearly all; of a large one whose values only go to the front there may be many that are just read. There is a limit
+// where all are written, too, so that a file that is no request does not take the memory of one.
+constexpr long long mostPopulated(MappingUse use) {
+  return use == MappingUse::All ? 64LL * 1024 * 1024 : 64LL * 1024;  // bytes
+}
 
 }  // namespace
 
-bool mapRequest(FileOperator& file, char*& buffer, unsigned int& size) {
+bool mapRequest(FileOperator& file, MappingUse use, char*& buffer, unsigned int& size) {
   buffer = nullptr;
   size = 0;
   if (file.open(O_RDONLY, 0) != 0) {
@@ -28,9 +33,7 @@ bool mapRequest(FileOperator& file, char*& buffer, unsigned int& size) {
   if (fileSize > std::numeric_limits<unsigned int>::max()) {
     return false;
   }
-  // Decoding writes to the pages at the front. Where these are nearly all, having the pages copied at once is cheaper
-  // than a fault for each; the more escapes a large request has, the more of it is only read.
-  const int populate = fileSize <= kMostPopulated ? MAP_POPULATE : 0;
+  const int populate = fileSize <= mostPopulated(use) ? MAP_POPULATE : 0;
   void* const start =
       mmap(nullptr, static_cast<size_t>(fileSize), PROT_READ | PROT_WRITE, MAP_PRIVATE | populate, file.getFd(), 0);
   if (start == MAP_FAILED) {

@@ -6,10 +6,16 @@ namespace Kelp {
 
 class FileOperator;
 
+// Which pages of the mapping the parser is going to write to.
+enum class MappingUse {
+  Front,  // so many at the front as the values take, which is not known before
+  All,    // nearly all of them
+};
+
 // Opens the file, which is closed with its operator, and maps all of it. An empty file is mapped as nothing: `buffer`
 // is null and `size` 0. Returns false, with `buffer` null, when the file cannot be opened or mapped or has 4 GiB or
 // more.
-bool mapRequest(FileOperator& file, char*& buffer, unsigned int& size);
+bool mapRequest(FileOperator& file, MappingUse use, char*& buffer, unsigned int& size);
 
 // Gives back what mapRequest() mapped; `buffer` may be null.
 void unmapRequest(char* buffer, unsigned int size);

@@ -1,0 +1,48 @@
+#include "rpc/ApplicationRecord.h"
+
+#include <endian.h>
+#include <string.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
+
+#include "ApplicationInfoList.h"
+
+namespace Kelp {
+
+namespace {
+
+constexpr int kUnused = -1;
+
+template <std::size_t Size>
+void putText(const std::string& text, char (&field)[Size]) {
+  const std::size_t length = strnlen(text.c_str(), Size);
+  memcpy(field, text.c_str(), length);
+  memset(field + length, 0, Size - length);
+}
+
+}  // namespace
+
+ApplicationRecord::ApplicationRecord(const ApplicationInfoList_t& entry)
+    : firstWord(littleEndian(entry.firstWord)), secondWord(littleEndian(entry.secondWord)) {
+  putText(entry.text, text);
+  std::transform(std::begin(entry.words), std::end(entry.words), words, littleEndian);
+  for (std::size_t i = 0; i < std::size(pairs); ++i) {
+    const bool isUsed = i < entry.pairs.size();
+    pairs[i].first = littleEndian(isUsed ? entry.pairs[i].first : kUnused);
+    pairs[i].second = littleEndian(isUsed ? entry.pairs[i].second : kUnused);
+  }
+  for (std::size_t i = 0; i < std::size(slots); ++i) {
+    const bool isUsed = i < entry.slots.size();
+    slots[i].word = littleEndian(isUsed ? entry.slots[i].first : kUnused);
+    putText(isUsed ? entry.slots[i].second : std::string(), slots[i].text);
+  }
+}
+
+std::uint32_t littleEndian(int value) {
+  return htole32(static_cast<std::uint32_t>(value));
+}
+
+}  // namespace Kelp
