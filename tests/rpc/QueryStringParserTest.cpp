@@ -1,21 +1,15 @@
-#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <memory>
 #include <random>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -25,6 +19,7 @@
 #include "SysFunc.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "tests/rpc/ParserTests.h"
 
 namespace {
 
@@ -38,98 +33,33 @@ using Kelp::SysFunc;
 using KelpTest::Call;
 using KelpTest::callCount;
 using KelpTest::CallFault;
+using KelpTest::expectEveryGetterAnswersInvalidProtocol;
+using KelpTest::getData;
+using KelpTest::getRaw;
+using KelpTest::getString;
+using KelpTest::invalid;
+using KelpTest::isMapped;
+using KelpTest::kNoMember;
+using KelpTest::kOutput;
+using KelpTest::kRequest;
+using KelpTest::kUntouched;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
-
-constexpr char kRequest[] = "/tmp/request";
-constexpr char kOutput[] = "/tmp/output";
-constexpr unsigned int kNoMember = 0xFFFFFFFF;
-constexpr int kUntouched = -12345;
-const std::size_t kPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+using KelpTest::ok;
+using KelpTest::openDescriptors;
+using KelpTest::readFile;
+using KelpTest::Text;
+using KelpTest::writeFile;
 
 static_assert(!std::is_copy_constructible_v<QueryStringParser> && !std::is_copy_assignable_v<QueryStringParser>,
               "a copy would unmap the same memory");
 
-void writeFile(const std::string& path, const std::string& content) {
-  FILE* const file = fopen(path.c_str(), "we");
-  ASSERT_NE(file, nullptr);
-  ASSERT_EQ(fwrite(content.data(), 1, content.size(), file), content.size());
-  ASSERT_EQ(fclose(file), 0);
-}
+using GuardedRequest = KelpTest::GuardedRequest<QueryStringParser>;
 
-std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.good()) << path;
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
+const std::size_t kPage = KelpTest::pageSize();
 
-std::size_t openDescriptors() {
-  DIR* const directory = opendir("/proc/self/fd");
-  std::size_t count = 0;
-  while (readdir(directory) != nullptr) {
-    ++count;
-  }
-  closedir(directory);
-  return count;
-}
-
-bool isMapped(const std::string& path) {
-  return readFile("/proc/self/maps").find(path) != std::string::npos;
-}
-
-// A parser on a request file of the given content. No other test's output is left.
 std::unique_ptr<QueryStringParser> parse(const std::string& body) {
-  unlink(kOutput);
-  writeFile(kRequest, body);
-  return std::make_unique<QueryStringParser>(kRequest);
-}
-
-struct Text {
-  CommonReturnCode_t result;
-  std::string value;
-};
-
-bool operator==(const Text& left, const Text& right) {
-  return left.result == right.result && left.value == right.value;
-}
-
-std::ostream& operator<<(std::ostream& out, const Text& text) {
-  return out << text.result << " \"" << text.value << '"';
-}
-
-Text ok(const std::string& value) {
-  return {CommonReturnCode_Ok, value};
-}
-
-const Text kInvalid = {CommonReturnCode_InvalidProtocol, "untouched"};
-
-Text getString(QueryStringParser& parser, const std::string& name) {
-  Text text = {CommonReturnCode_Ok, "untouched"};
-  text.result = parser.getStringData(name, text.value);
-  return text;
-}
-
-Text getData(QueryStringParser& parser, const std::string& name) {
-  void* data = nullptr;
-  unsigned int size = 0;
-  const CommonReturnCode_t result = parser.getBinaryData(name, data, size);
-  const Text text = {result, result == CommonReturnCode_Ok ? std::string(static_cast<char*>(data), size) : "untouched"};
-  SysFunc::kelpFree(data);
-  return text;
-}
-
-// The raw value, NUL bytes included.
-std::string getRaw(const QueryStringParser& parser, const std::string& name) {
-  char* value = nullptr;
-  const unsigned int size = parser.getMember(name, value);
-  if (size == kNoMember) {
-    EXPECT_EQ(value, nullptr);
-    return "missing";
-  }
-  EXPECT_EQ(value[size], '\0');
-  const std::string raw(value, size);
-  SysFunc::kelpFree(value);
-  return raw;
+  return KelpTest::parseRequest<QueryStringParser>(body);
 }
 
 int getDecimal(const std::string& text) {
@@ -145,78 +75,6 @@ int getHexadecimal(const std::string& text) {
   EXPECT_EQ(parser->getHexadecimal("n", value), CommonReturnCode_Ok) << text;
   return value;
 }
-
-void expectEveryGetterAnswersInvalidProtocol(QueryStringParser& parser, const std::string& name) {
-  int number = kUntouched;
-  EXPECT_EQ(parser.getDecimal(name, number), CommonReturnCode_InvalidProtocol);
-  EXPECT_EQ(parser.getHexadecimal(name, number), CommonReturnCode_InvalidProtocol);
-  EXPECT_EQ(number, kUntouched);
-  EXPECT_EQ(getString(parser, name), kInvalid);
-  EXPECT_EQ(getData(parser, name), kInvalid);
-  EXPECT_EQ(parser.getBinaryData(name, kOutput), CommonReturnCode_InvalidProtocol);
-  EXPECT_NE(access(kOutput, F_OK), 0);
-}
-
-// A hole of whole pages in the address space, the only one that the next mapping of that size fits at. Behind it is a
-// page that ends the process when it is touched: without it, another mapping may follow and hide an access too far.
-class HoleBeforeGuard {
- public:
-  explicit HoleBeforeGuard(std::size_t size) : m_size(size), m_pHole(reserve(size + kPage)) {
-    munmap(m_pHole, m_size);
-    void* taken = reserve(m_size);
-    for (; taken != m_pHole; taken = reserve(m_size)) {
-      m_fillers.push_back(taken);
-    }
-    munmap(taken, m_size);
-  }
-
-  ~HoleBeforeGuard() {
-    munmap(static_cast<char*>(m_pHole) + m_size, kPage);
-    for (void* const filler : m_fillers) {
-      munmap(filler, m_size);
-    }
-  }
-
-  HoleBeforeGuard(const HoleBeforeGuard&) = delete;
-  HoleBeforeGuard& operator=(const HoleBeforeGuard&) = delete;
-
-  // Whether `path` is mapped where the hole was.
-  bool isFilledBy(const std::string& path) const {
-    std::istringstream maps(readFile("/proc/self/maps"));
-    for (std::string line; std::getline(maps, line);) {
-      if (line.find(path) != std::string::npos) {
-        return std::stoull(line, nullptr, 16) == reinterpret_cast<std::uintptr_t>(m_pHole);
-      }
-    }
-    return false;
-  }
-
- private:
-  static void* reserve(std::size_t size) {
-    void* const start = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    EXPECT_NE(start, MAP_FAILED);
-    return start;
-  }
-
-  const std::size_t m_size;
-  void* const m_pHole;
-  std::vector<void*> m_fillers;
-};
-
-// As parse(), with memory that cannot be touched behind the mapping.
-class GuardedRequest {
- public:
-  explicit GuardedRequest(const std::string& body) : m_hole((body.size() + kPage - 1) / kPage * kPage) {
-    m_pParser = parse(body);
-    EXPECT_TRUE(m_hole.isFilledBy(kRequest));
-  }
-
-  QueryStringParser& parser() const { return *m_pParser; }
-
- private:
-  const HoleBeforeGuard m_hole;
-  std::unique_ptr<QueryStringParser> m_pParser;
-};
 
 // --- Requests
 
@@ -347,7 +205,7 @@ TEST(QueryStringParserTest, NameRunsToTheNextDecodedEqualsSign) {
   const auto parser = parse("x=1&&y=2&z\r\n=3");
   EXPECT_EQ(getString(*parser, "x"), ok("1"));
   EXPECT_EQ(getString(*parser, "&y"), ok("2"));
-  EXPECT_EQ(getString(*parser, "y"), kInvalid);
+  EXPECT_EQ(getString(*parser, "y"), invalid());
   EXPECT_EQ(getString(*parser, "z\r\n"), ok("3"));
 }
 
@@ -563,11 +421,11 @@ TEST(QueryStringParserTest, LineWrappedAndUrlSafeDataIsDecoded) {
 }
 
 TEST(QueryStringParserTest, EmptyDataInMemoryIsAnInvalidProtocol) {
-  EXPECT_EQ(getData(*parse("d=&e=x"), "d"), kInvalid);
+  EXPECT_EQ(getData(*parse("d=&e=x"), "d"), invalid());
 }
 
 TEST(QueryStringParserTest, TextThatIsNoBase64IsAnInvalidProtocol) {
-  EXPECT_EQ(getData(*parse("d=TW?u"), "d"), kInvalid);
+  EXPECT_EQ(getData(*parse("d=TW?u"), "d"), invalid());
   const auto parser = parse("d=TW?u");
   EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_InvalidProtocol);
   EXPECT_NE(access(kOutput, F_OK), 0);
