@@ -42,6 +42,11 @@ void report(const std::string& name, Figure figure, Goal goal, double kelp, doub
   fflush(stdout);
 }
 
+void show(const std::string& name, Figure figure, double kelp) {
+  printf("| %s | %s | | | | |\n", name.c_str(), formatted(figure, kelp).c_str());
+  fflush(stdout);
+}
+
 double compare(const std::string& name, Figure figure, Goal goal, const Side& kelp, const Side& floor) {
   std::vector<double> kelpRounds;
   std::vector<double> floorRounds;

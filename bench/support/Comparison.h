@@ -37,6 +37,9 @@ double compare(const std::string& name, Figure figure, Goal goal, const Side& ke
 // Prints a row of figures that were measured before.
 void report(const std::string& name, Figure figure, Goal goal, double kelp, double floor);
 
+// Prints a row of a figure that has no floor and no goal.
+void show(const std::string& name, Figure figure, double kelp);
+
 double median(std::vector<double> values);
 
 // Ends the program when a call that the measurement stands on has failed.

@@ -1,0 +1,32 @@
+// libmicrohttpd's parser of multipart forms, without its server around it.
+#ifndef KELP_BENCH_SUPPORT_POST_PROCESSOR_H
+#define KELP_BENCH_SUPPORT_POST_PROCESSOR_H
+
+#include <cstddef>
+#include <string>
+
+struct MHD_Connection;
+struct MHD_Daemon;
+
+namespace KelpBench {
+
+class PostProcessor {
+ public:
+  // Gets a connection whose headers announce a form with that boundary, which the library's parser asks for.
+  explicit PostProcessor(const std::string& boundary);
+  ~PostProcessor();
+  PostProcessor(const PostProcessor&) = delete;
+  PostProcessor& operator=(const PostProcessor&) = delete;
+
+  // Parses the form, handed over in pieces as from a socket. Returns how many bytes its values have.
+  std::size_t run(const std::string& form);
+
+ private:
+  MHD_Daemon* m_pDaemon;
+  MHD_Connection* m_pConnection;
+  int m_socket;
+};
+
+}  // namespace KelpBench
+
+#endif  // KELP_BENCH_SUPPORT_POST_PROCESSOR_H
