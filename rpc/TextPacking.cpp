@@ -17,8 +17,31 @@ bool hasAny(const char* from, const char* end, std::string_view characters) {
                      [&](char character) { return memchr(from, character, distance(from, end)) != nullptr; });
 }
 
-// Copies what stands before the first character that may have to be dropped, as far as the input has whole words.
+// The compilers make the machine's own vectors of it, or words where there are none.
+using Vector = unsigned char __attribute__((vector_size(16)));
+constexpr std::size_t kVectorPair = 2 * sizeof(Vector);
+
+// Copies pairs of vectors as long as no byte in them is below `limit`.
+void copyVectors(const char*& from, const char* end, char*& out, unsigned char limit) {
+  const Vector limits = Vector{} + limit;
+  while (distance(from, end) >= kVectorPair) {
+    Vector pair[2];
+    memcpy(pair, from, kVectorPair);
+    const auto below = (pair[0] < limits) | (pair[1] < limits);
+    std::uint64_t halves[2];
+    memcpy(halves, &below, sizeof(halves));
+    if ((halves[0] | halves[1]) != 0) {
+      return;
+    }
+    memcpy(out, pair, kVectorPair);
+    from += kVectorPair;
+    out += kVectorPair;
+  }
+}
+
+// Copies what stands before the first byte that is below `limit`, as far as the input has whole words.
 void copyRun(const char*& from, const char* end, char*& out, unsigned char limit) {
+  copyVectors(from, end, out, limit);
   while (distance(from, end) >= kWord) {
     const std::uint64_t word = loadWord(from);
     const std::uint64_t marks = bytesBelow(word, limit);

@@ -1,12 +1,13 @@
 #include "support/PostProcessor.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <microhttpd.h>
 #include <netinet/in.h>
+#include <string.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
-
-#include <algorithm>
 
 #include "support/Comparison.h"
 
@@ -23,10 +24,18 @@ MHD_Result keepConnection(void* connection, MHD_Connection* arrived, const char*
   return MHD_YES;
 }
 
-MHD_Result countValue(void* count, MHD_ValueKind /*kind*/, const char* /*key*/, const char* /*fileName*/,
-                      const char* /*contentType*/, const char* /*encoding*/, const char* /*data*/, uint64_t /*offset*/,
-                      size_t size) {
-  *static_cast<std::size_t*>(count) += size;
+MHD_Result keepValue(void* values, MHD_ValueKind /*kind*/, const char* /*key*/, const char* /*fileName*/,
+                     const char* /*contentType*/, const char* /*encoding*/, const char* data, uint64_t /*offset*/,
+                     size_t size) {
+  auto& kept = *static_cast<std::string*>(values);
+  const char* const end = data + size;
+  while (data != end) {
+    const auto* const lineFeed = static_cast<const char*>(memchr(data, '\n', static_cast<size_t>(end - data)));
+    const char* const lineEnd = lineFeed == nullptr ? end : lineFeed;
+    const bool hasReturn = lineEnd != data && lineEnd[-1] == '\r';
+    kept.append(data, hasReturn ? lineEnd - 1 : lineEnd);
+    data = lineFeed == nullptr ? end : lineFeed + 1;
+  }
   return MHD_YES;
 }
 
@@ -66,16 +75,21 @@ PostProcessor::~PostProcessor() {
   MHD_stop_daemon(m_pDaemon);
 }
 
-std::size_t PostProcessor::run(const std::string& form) {
-  std::size_t count = 0;
-  MHD_PostProcessor* const processor = MHD_create_post_processor(m_pConnection, kPiece, countValue, &count);
+std::size_t PostProcessor::run(const std::string& filePath) {
+  const int fd = open(filePath.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat status;
+  require(fd != -1 && fstat(fd, &status) == 0, "open and fstat");
+  std::string values;
+  values.reserve(static_cast<std::size_t>(status.st_size));
+  MHD_PostProcessor* const processor = MHD_create_post_processor(m_pConnection, kPiece, keepValue, &values);
   require(processor != nullptr, "MHD_create_post_processor");
-  for (std::size_t offset = 0; offset < form.size(); offset += kPiece) {
-    const std::size_t size = std::min(kPiece, form.size() - offset);
-    require(MHD_post_process(processor, form.data() + offset, size) == MHD_YES, "MHD_post_process");
+  static char s_piece[kPiece];
+  for (ssize_t size = 0; (size = read(fd, s_piece, kPiece)) > 0;) {
+    require(MHD_post_process(processor, s_piece, static_cast<std::size_t>(size)) == MHD_YES, "MHD_post_process");
   }
   MHD_destroy_post_processor(processor);
-  return count;
+  close(fd);
+  return values.size();
 }
 
 }  // namespace KelpBench

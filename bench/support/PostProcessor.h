@@ -18,8 +18,9 @@ class PostProcessor {
   PostProcessor(const PostProcessor&) = delete;
   PostProcessor& operator=(const PostProcessor&) = delete;
 
-  // Parses the form, handed over in pieces as from a socket. Returns how many bytes its values have.
-  std::size_t run(const std::string& form);
+  // Reads the form in the file piece by piece, as a server does from a socket, and keeps the values in memory without
+  // their line ends. Returns how many bytes these have.
+  std::size_t run(const std::string& filePath);
 
  private:
   MHD_Daemon* m_pDaemon;
