@@ -5,17 +5,31 @@
 
 #include <stddef.h>
 
-#include <string>
-
+#include "FileOperator.h"
 #include "apiclient/Fault.h"
+#include "common/RequestFile.h"
 
 namespace KelpExample {
 
-constexpr size_t kMaxBodyBytes = 1u << 20u;
-constexpr int kBodyTimeoutMs = 5000;  // for the whole body to arrive
+// A body that is larger is not even begun to be read. That of a multipart form may be kMaxUploadBytes large.
+constexpr size_t kMaxFormBytes = 1u << 20u;
+constexpr size_t kMaxBinaryBytes = 4096;  // more than any record has
 
-// Reads as many bytes as CONTENT_LENGTH says. Only the POST of a URL-encoded form is accepted.
-Fault readBody(std::string& body);
+// For the whole body to arrive: a caller that stops sending in the middle must not keep this process for ever.
+constexpr int kBodyTimeoutMs = 5000;
+constexpr int kSlowestBytesPerMs = 256;  // an upload has this much more time
+
+struct RequestHead {
+  RequestForm form = RequestForm::UrlEncoded;
+  size_t bodySize = 0;
+};
+
+// Only the POST of a body of known length, in one of the three forms, is accepted. The form is known as soon as the
+// content type was: a fault behind that is told in the same form.
+Fault readHead(RequestHead& head);
+
+// Writes the body, of which the head tells the size, into the file, which is open and empty.
+Fault readBody(const RequestHead& head, Kelp::FileOperator& file);
 
 }  // namespace KelpExample
 

@@ -25,10 +25,17 @@ class ExecObjectBegin : public Kelp::ExecObject {
   CoreCall& m_call;
 };
 
+int answerTimeoutMs(const Record& request) {
+  std::string methodName;
+  request.getString(kMethodName, methodName);
+  return methodName == "updateApplication" ? CoreCall::kUpdateTimeoutMs : CoreCall::kAnswerTimeoutMs;
+}
+
 }  // namespace
 
 CoreCall::CoreCall(const Kelp::IpcAddressApi& address, const Record& request)
     : m_address(address),
+      m_answerTimeoutMs(answerTimeoutMs(request)),
       m_payload(request, requestPayloadPath(address.getPid())),
       m_unexpectedMessages(m_address),
       m_ipcEventReceiver(m_address) {
@@ -94,7 +101,7 @@ bool CoreCall::trySend() {
   Kelp::IpcEventSender sender(Kelp::IpcAddressCore(), m_ipcEventReceiver);
   Kelp::SessionId_t sessionId;
   if (sender.sendRequest(m_payload.data<Kelp::IpcDataRequest>(), m_payload.size(), *this, sessionId,
-                         kAnswerTimeoutMs) != Kelp::CommonReturnCode_Ok) {
+                         m_answerTimeoutMs) != Kelp::CommonReturnCode_Ok) {
     return false;
   }
   m_answerFile.setPath(responsePayloadPath(m_address.getPid(), sessionId));

@@ -24,6 +24,7 @@ class CoreCall : public Kelp::IpcEventSender::ResponseHandler, public Kelp::Time
   static constexpr int kRetryIntervalMs = 10;
   static constexpr int kMaxRetries = 50;
   static constexpr int kAnswerTimeoutMs = 5000;
+  static constexpr int kUpdateTimeoutMs = 30000;  // a package has to be decoded and to reach the disk
 
   // The FIFO path of `address` must be free, and the timer service must exist.
   CoreCall(const Kelp::IpcAddressApi& address, const Record& request);
@@ -31,8 +32,8 @@ class CoreCall : public Kelp::IpcEventSender::ResponseHandler, public Kelp::Time
   CoreCall(const CoreCall&) = delete;
   CoreCall& operator=(const CoreCall&) = delete;
 
-  // Blocks for at most kMaxRetries * kRetryIntervalMs + kAnswerTimeoutMs milliseconds. `answer` gets what the core
-  // says, also when it says that the call failed.
+  // Blocks for at most kMaxRetries * kRetryIntervalMs and the time for the answer. `answer` gets what the core says,
+  // also when it says that the call failed.
   Fault run(Record& answer);
 
   // Called inside the loop.
@@ -62,6 +63,7 @@ class CoreCall : public Kelp::IpcEventSender::ResponseHandler, public Kelp::Time
   void setHandlers();
 
   const Kelp::IpcAddressApi m_address;
+  const int m_answerTimeoutMs;
   OutgoingPayload m_payload;  // never handed over: whether or not the core has read its file, it goes at the end
   FileRemover m_answerFile;   // of an answer that comes too late; destroyed behind the FIFO through which it came
   Kelp::EventLooperMultiWait m_looper;

@@ -5,62 +5,19 @@
 
 #include "FdOperator.h"
 #include "FileOperator.h"
-#include "JsonSerializer.h"
-#include "ResponseEncoder.h"
-#include "ResponseFaultEncoder.h"
+#include "apiclient/BinaryReply.h"
+#include "apiclient/JsonReply.h"
 #include "common/WebApi.h"
 
 namespace KelpExample {
 
 namespace {
 
-void encodeItem(Kelp::RpcEncoder& encoder, RecordItem item) {
-  switch (item.kind) {
-    case ItemKind::String:
-      encoder.putString(item.name, item.text);
-      return;
-    case ItemKind::Decimal:
-      encoder.putInteger(item.name, item.number);
-      return;
-    case ItemKind::Hexadecimal:
-      encoder.putInstallId(item.name, item.number);
-      return;
-    case ItemKind::BeginStruct:
-      encoder.beginStruct(item.name);
-      return;
-    case ItemKind::EndStruct:
-      encoder.endStruct();
-      return;
-    case ItemKind::BeginArray:
-      encoder.beginArray(item.name);
-      return;
-    case ItemKind::EndArray:
-      encoder.endArray();
-      return;
-  }
+bool isBinary(const CallResult& result) {
+  return result.form == RequestForm::Binary;
 }
 
-void encodeAnswer(Kelp::RpcSerializer& serializer, const Record& answer) {
-  Kelp::ResponseEncoder encoder(serializer);
-  for (const RecordItem& item : answer.items()) {
-    encodeItem(encoder, item);
-  }
-}
-
-void encodeFault(Kelp::RpcSerializer& serializer, Fault fault, const Record& answer) {
-  Kelp::ResponseFaultEncoder encoder(serializer);
-  encoder.putFaultCode("faultCode", fault.code);
-  encoder.putFaultString("faultString", Kelp::KelpReturnCode::getReturnCodeString(fault.code));
-  if (!fault.detail.empty()) {
-    encoder.putString("faultDetail", fault.detail);
-  }
-  int callback;
-  if (answer.getNumber(kCallback, callback)) {
-    encoder.putInteger(kCallback, callback);
-  }
-}
-
-// The serializer ends the process when it cannot open its file: made here first, it cannot be missing there.
+// A serializer may end the process when it cannot open its file: made here first, it cannot be missing there.
 bool makeFile(Kelp::FileOperator& file) {
   unlink(file.getPath().c_str());  // left by a process that died with this process id
   if (file.open(O_RDWR | O_CREAT | O_EXCL, 0600) != 0) {
@@ -70,48 +27,51 @@ bool makeFile(Kelp::FileOperator& file) {
   return true;
 }
 
-// A full disk leaves the file empty: there is no other sign of it.
-bool makeText(const Fault& fault, const Record& answer, const std::string& responseFilePath, std::string& text) {
+void writeReply(const CallResult& result, const std::string& filePath) {
+  if (!isBinary(result)) {
+    writeJsonReply(result.fault, result.answer, filePath);
+    return;
+  }
+  std::string methodName;
+  result.request.getString(kMethodName, methodName);
+  writeBinaryReply(methodName, result.fault, result.answer, filePath);
+}
+
+// A full disk leaves the file empty or cut: there is no other sign of it. Records are whole words.
+bool isWhole(const CallResult& result, const std::string& text) {
+  return isBinary(result) ? text.size() % sizeof(int32_t) == 0 : text.back() == '}';
+}
+
+bool makeText(const CallResult& result, const std::string& responseFilePath, std::string& text) {
   Kelp::FileOperator file(responseFilePath, false);
   if (!makeFile(file)) {
     return false;
   }
-  Kelp::JsonSerializer serializer(responseFilePath);
-  if (fault.isSet()) {
-    encodeFault(serializer, fault, answer);
-  } else {
-    encodeAnswer(serializer, answer);
-  }
-  serializer.doSerialize();
+  writeReply(result, responseFilePath);
   text.resize(static_cast<size_t>(file.size()));
   const int size = static_cast<int>(text.size());
-  return size > 0 && file.readNoTimeout(&text[0], size) == size && text.back() == '}';
+  return size > 0 && file.readNoTimeout(&text[0], size) == size && isWhole(result, text);
 }
 
-// What is left to say when not even a file can be written; the texts hold nothing that JSON would want escaped.
-std::string plainText(const Fault& fault) {
-  return "{\"faultCode\":\"" + std::to_string(fault.code) + "\",\"faultString\":\"" +
-         Kelp::KelpReturnCode::getReturnCodeString(fault.code) + "\",\"faultDetail\":\"" + fault.detail + "\"}";
-}
-
-std::string head(int httpStatus, size_t size) {
+std::string head(const CallResult& result, size_t size) {
+  const int httpStatus = result.fault.httpStatus;
   return "Status: " + std::to_string(httpStatus) + " " + httpReason(httpStatus) +
-         "\r\nContent-Type: application/json\r\nCache-Control: no-store\r\nContent-Length: " + std::to_string(size) +
-         "\r\n\r\n";
+         "\r\nContent-Type: " + (isBinary(result) ? "application/octet-stream" : "application/json") +
+         "\r\nCache-Control: no-store\r\nContent-Length: " + std::to_string(size) + "\r\n\r\n";
 }
 
 }  // namespace
 
-bool printReply(const Fault& fault, const Record& answer, const std::string& responseFilePath) {
-  Fault told = fault;
+bool printReply(const CallResult& result, const std::string& responseFilePath) {
+  CallResult told = result;
   std::string text;
-  if (!makeText(fault, answer, responseFilePath, text)) {
-    if (!told.isSet()) {
-      told = {500, Kelp::CommonReturnCode_IoError, "the response file cannot be written"};
+  if (!makeText(told, responseFilePath, text)) {
+    if (!told.fault.isSet()) {
+      told.fault = {500, Kelp::CommonReturnCode_IoError, "the response file cannot be written"};
     }
-    text = plainText(told);
+    text = isBinary(told) ? plainBinaryReply(told.fault) : plainJsonReply(told.fault);
   }
-  const std::string reply = head(told.httpStatus, text.size()) + text;
+  const std::string reply = head(told, text.size()) + text;
   const int size = static_cast<int>(reply.size());
   return Kelp::FdOperator(STDOUT_FILENO, false).write(reply.data(), size) == size;
 }

@@ -1,13 +1,9 @@
 #include "apiclient/RequestReader.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <map>
+#include <memory>
 #include <vector>
 
-#include "FileOperator.h"
-#include "QueryStringParser.h"
 #include "RequestDecoder.h"
 #include "common/WebApi.h"
 
@@ -28,11 +24,53 @@ CommonReturnCode_t readInstallId(RequestDecoder& decoder, Record& request) {
   return code;
 }
 
-CommonReturnCode_t readExecId(RequestDecoder& decoder, Record& request) {
-  int execId = 0;
-  const CommonReturnCode_t code = decoder.getExecId(kExecId, execId);
-  request.putDecimal(kExecId, execId);
+CommonReturnCode_t readProcessId(RequestDecoder& decoder, Record& request) {
+  int processId = 0;
+  const CommonReturnCode_t code = decoder.getProcessId(kProcessId, processId);
+  request.putDecimal(kProcessId, processId);
   return code;
+}
+
+// A binary record names the application's process where the other forms name the run.
+CommonReturnCode_t readExecIdOrProcess(RequestDecoder& decoder, Record& request) {
+  int execId = 0;
+  if (decoder.getExecId(kExecId, execId) == Kelp::CommonReturnCode_Ok) {
+    request.putDecimal(kExecId, execId);
+    return Kelp::CommonReturnCode_Ok;
+  }
+  const CommonReturnCode_t code = readInstallId(decoder, request);
+  return code == Kelp::CommonReturnCode_Ok ? readProcessId(decoder, request) : code;
+}
+
+CommonReturnCode_t readOptionalProcessId(RequestDecoder& decoder, Record& request) {
+  int processId = 0;
+  if (decoder.getProcessId(kProcessId, processId) == Kelp::CommonReturnCode_Ok) {
+    request.putDecimal(kProcessId, processId);
+  }
+  return Kelp::CommonReturnCode_Ok;
+}
+
+CommonReturnCode_t readOptionalArgs(RequestDecoder& decoder, Record& request) {
+  std::string args;
+  if (decoder.getArgString(kArgs, args) == Kelp::CommonReturnCode_Ok) {
+    request.putString(kArgs, args);
+  }
+  return Kelp::CommonReturnCode_Ok;
+}
+
+CommonReturnCode_t readOptionalResetCode(RequestDecoder& decoder, Record& request) {
+  int resetCode = 0;
+  if (decoder.getResetCode(kResetCode, resetCode) == Kelp::CommonReturnCode_Ok) {
+    request.putDecimal(kResetCode, resetCode);
+  }
+  return Kelp::CommonReturnCode_Ok;
+}
+
+// Only looked at, as text or as the path of a file: what it decodes to is the core's business.
+CommonReturnCode_t checkPackage(RequestDecoder& decoder, Record& /*request*/) {
+  std::string package;
+  const CommonReturnCode_t code = decoder.getArgString(kApplicationPackage, package);
+  return code == Kelp::CommonReturnCode_Ok && package.empty() ? Kelp::CommonReturnCode_InvalidProtocol : code;
 }
 
 CommonReturnCode_t readPrefName(RequestDecoder& decoder, Record& request) {
@@ -61,12 +99,13 @@ const std::map<std::string, std::vector<ArgumentReader>>& methods() {
       {"getApplicationList", {}},
       {"getPreferences", {readInstallId}},
       {"getStatus", {}},
-      {"initAllData", {}},
+      {"initAllData", {readOptionalResetCode}},
       {"restorePreferences", {readInstallId}},
       {"savePreferences", {readInstallId}},
       {"setPreference", {readInstallId, readPrefName, readPrefType, readPrefValue}},
-      {"startApplication", {readInstallId}},
-      {"stopApplication", {readExecId}},
+      {"startApplication", {readInstallId, readOptionalProcessId, readOptionalArgs}},
+      {"stopApplication", {readExecIdOrProcess}},
+      {"updateApplication", {readInstallId, checkPackage}},
   };
   return s_methods;
 }
@@ -101,19 +140,10 @@ Fault decodeRequest(RequestDecoder& decoder, Record& request) {
 
 }  // namespace
 
-Fault readRequest(const std::string& body, const std::string& requestFilePath, Record& request) {
-  unlink(requestFilePath.c_str());  // left by a process that died with this process id
-  Kelp::FileOperator file(requestFilePath, false);
-  if (file.open(O_WRONLY | O_CREAT | O_EXCL, 0600) != 0) {
-    return {500, Kelp::CommonReturnCode_IoError, "the request file cannot be made"};
-  }
-  file.setFileRemovalOnObjectDeletion(true);
-  const int size = static_cast<int>(body.size());
-  if (file.write(body.data(), size) != size) {
-    return {500, Kelp::CommonReturnCode_IoError, "the request file cannot be written"};
-  }
-  Kelp::QueryStringParser parser(requestFilePath);
-  RequestDecoder decoder(parser);
+Fault readRequest(RequestForm form, const std::string& filePath, Record& request) {
+  const std::unique_ptr<Kelp::RpcParser> parser = makeParser(form, filePath);
+  RequestDecoder decoder(*parser);
+  request.putDecimal(kRequestForm, static_cast<int32_t>(form));
   return decodeRequest(decoder, request);
 }
 

@@ -7,11 +7,13 @@
 
 #include "apiclient/Fault.h"
 #include "common/Record.h"
+#include "common/RequestFile.h"
 
 namespace KelpExample {
 
-// `requestFilePath`: where the body is put for the parser; the file is gone when the function returns.
-Fault readRequest(const std::string& body, const std::string& requestFilePath, Record& request);
+// `filePath`: the body, which stays as it is. A package is not put into the record: it stays in the file, and the
+// record says in which form that is written. What has been read by then is in the record also after a fault.
+Fault readRequest(RequestForm form, const std::string& filePath, Record& request);
 
 }  // namespace KelpExample
 

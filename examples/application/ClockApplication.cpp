@@ -37,9 +37,11 @@ std::string timeOfDay() {
 
 }  // namespace
 
-ClockApplication::ClockApplication(const std::string& name, const Kelp::IpcAddressApp& address)
+ClockApplication::ClockApplication(const std::string& name, const Kelp::IpcAddressApp& address,
+                                   const std::string& label)
     : m_name(name),
       m_address(address),
+      m_givenLabel(label),
       m_unexpectedMessages(m_address),
       m_signalEventReceiver({SIGTERM, SIGINT}, *this),
       m_ipcEventReceiver(m_address) {
@@ -142,7 +144,8 @@ void ClockApplication::report() {
 }
 
 std::string ClockApplication::reportText() const {
-  return m_label + (m_label.empty() ? "" : " ") + timeOfDay() + (m_isLoud ? "!" : "");
+  const std::string& label = m_givenLabel.empty() ? m_label : m_givenLabel;
+  return label + (label.empty() ? "" : " ") + timeOfDay() + (m_isLoud ? "!" : "");
 }
 
 }  // namespace KelpExample

@@ -25,8 +25,9 @@ class ClockApplication : public Kelp::IpcEventReceiver::OneWayRequestHandler,
                          public Kelp::TimerService::CyclicTimerObserver,
                          public SignalEventReceiver::Observer {
  public:
-  // The FIFO path of the address must be free, and the timer service must exist.
-  ClockApplication(const std::string& name, const Kelp::IpcAddressApp& address);
+  // `label`: what the reports begin with, whatever the preference says; empty: the preference holds. The FIFO path of
+  // the address must be free, and the timer service must exist.
+  ClockApplication(const std::string& name, const Kelp::IpcAddressApp& address, const std::string& label);
   ~ClockApplication() override;
   ClockApplication(const ClockApplication&) = delete;
   ClockApplication& operator=(const ClockApplication&) = delete;
@@ -47,6 +48,7 @@ class ClockApplication : public Kelp::IpcEventReceiver::OneWayRequestHandler,
 
   const std::string m_name;
   const Kelp::IpcAddressApp m_address;
+  const std::string m_givenLabel;
   Kelp::EventLooperMultiWait m_looper;
   UnexpectedMessages m_unexpectedMessages;
   SignalEventReceiver m_signalEventReceiver;  // before the FIFO: no signal may end the process and leave it behind

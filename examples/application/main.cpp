@@ -1,4 +1,4 @@
-// The application of the examples. The core starts it: application NAME INSTALL_ID EXEC_ID
+// The application of the examples. The core starts it: application NAME INSTALL_ID EXEC_ID [LABEL]
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -19,8 +19,8 @@ int toNumber(const char* text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) {
-    fprintf(stderr, "usage: %s NAME INSTALL_ID EXEC_ID\n", argv[0]);
+  if (argc != 4 && argc != 5) {
+    fprintf(stderr, "usage: %s NAME INSTALL_ID EXEC_ID [LABEL]\n", argv[0]);
     return EXIT_FAILURE;
   }
   signal(SIGPIPE, SIG_IGN);
@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
   Kelp::TimerService::createInstance();
   bool hasRun;
   {
-    KelpExample::ClockApplication application(argv[1], address);
+    KelpExample::ClockApplication application(argv[1], address, argc == 5 ? argv[4] : "");
     hasRun = application.run();
   }
   Kelp::TimerService::destroyInstance();

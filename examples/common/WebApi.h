@@ -15,9 +15,18 @@ constexpr char kExecId[] = "execId";
 constexpr char kProcessId[] = "processId";
 constexpr char kFuncId[] = "funcId";
 constexpr char kAppName[] = "appName";
+constexpr char kAppVersion[] = "appVersion";
+constexpr char kApplications[] = "applications";
+constexpr char kStatus[] = "status";
+constexpr char kArgs[] = "args";
+constexpr char kResetCode[] = "resetCode";
+constexpr char kApplicationPackage[] = "applicationPackage";
 constexpr char kPrefName[] = "prefName";
 constexpr char kPrefType[] = "prefType";
 constexpr char kPrefValue[] = "prefValue";
+
+// In which form the call was made; only between API client and core.
+constexpr char kRequestForm[] = "requestForm";
 
 // What the core says to an application, and an application to the core, in one-way messages.
 constexpr char kOrder[] = "order";

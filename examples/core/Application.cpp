@@ -24,8 +24,8 @@ int Application::getInstallId() const {
   return m_installId;
 }
 
-Kelp::CommonReturnCode_t Application::start(int execId) {
-  auto process = std::make_unique<ApplicationProcess>(m_name, m_installId, execId, m_self);
+Kelp::CommonReturnCode_t Application::start(int execId, const std::string& args) {
+  auto process = std::make_unique<ApplicationProcess>(m_name, m_installId, execId, args, m_self);
   if (!process->start()) {
     return Kelp::CommonReturnCode_ApplicationStartError;
   }
@@ -58,9 +58,11 @@ void Application::announcePreferences() const {
 
 void Application::describe(Record& record) const {
   record.putHexadecimal(kInstallId, m_installId);
+  record.putHexadecimal(kFuncId, m_preferences.getFuncId());
+  record.putString(kAppVersion, m_preferences.getVersion());
   record.putString(kAppName, m_name);
   if (m_process == nullptr) {
-    record.putString("status", "stopped");
+    record.putString(kStatus, "stopped");
     return;
   }
   m_process->describe(record);

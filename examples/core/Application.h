@@ -22,7 +22,7 @@ class Application {
   int getInstallId() const;
 
   // Returns 0, or 17 when the program cannot be run. REQUIRES: the application does not run.
-  Kelp::CommonReturnCode_t start(int execId);
+  Kelp::CommonReturnCode_t start(int execId, const std::string& args);
 
   // Null while the application does not run.
   ApplicationProcess* process() const;

@@ -49,9 +49,14 @@ int exitStatus(int waitStatus) {
 
 }  // namespace
 
-ApplicationProcess::ApplicationProcess(const std::string& appName, int installId, int execId,
+ApplicationProcess::ApplicationProcess(const std::string& appName, int installId, int execId, const std::string& args,
                                        const Kelp::IpcAddress& self)
-    : m_appName(appName), m_installId(installId), m_execId(execId), m_address(installId, execId), m_self(self) {}
+    : m_appName(appName),
+      m_installId(installId),
+      m_execId(execId),
+      m_args(args),
+      m_address(installId, execId),
+      m_self(self) {}
 
 ApplicationProcess::~ApplicationProcess() {
   Kelp::TimerService::getInstance().cancelTimer(m_killTimer);
@@ -62,7 +67,9 @@ bool ApplicationProcess::start() {
   std::string name = m_appName;
   std::string installId = std::to_string(m_installId);
   std::string execId = std::to_string(m_execId);
-  char* const arguments[] = {&program[0], &name[0], &installId[0], &execId[0], nullptr};
+  std::string args = m_args;
+  char* const last = args.empty() ? nullptr : &args[0];
+  char* const arguments[] = {&program[0], &name[0], &installId[0], &execId[0], last, nullptr};
   const SpawnAttributes attributes;
   if (posix_spawn(&m_pid, program.c_str(), nullptr, attributes.get(), arguments, environ) != 0) {
     note("cannot run %s", program.c_str());
@@ -127,7 +134,7 @@ bool ApplicationProcess::isAddress(const Kelp::IpcAddress& address) const {
 }
 
 void ApplicationProcess::describe(Record& record) const {
-  record.putString("status", stateText());
+  record.putString(kStatus, stateText());
   record.putDecimal(kExecId, m_execId);
   record.putDecimal(kProcessId, m_pid);
   record.putDecimal(kReportCount, m_reportCount);

@@ -19,8 +19,9 @@ namespace KelpExample {
 
 class ApplicationProcess : public Kelp::TimerService::CyclicTimerObserver {
  public:
-  // `self`: the core's address. Borrowed.
-  ApplicationProcess(const std::string& appName, int installId, int execId, const Kelp::IpcAddress& self);
+  // `args`: what the program is given as its last argument, unless it is empty. `self`: the core's address. Borrowed.
+  ApplicationProcess(const std::string& appName, int installId, int execId, const std::string& args,
+                     const Kelp::IpcAddress& self);
   ~ApplicationProcess() override;
   ApplicationProcess(const ApplicationProcess&) = delete;
   ApplicationProcess& operator=(const ApplicationProcess&) = delete;
@@ -59,6 +60,7 @@ class ApplicationProcess : public Kelp::TimerService::CyclicTimerObserver {
   const std::string m_appName;
   const int m_installId;
   const int m_execId;
+  const std::string m_args;
   const Kelp::IpcAddressApp m_address;
   const Kelp::IpcAddress& m_self;
   pid_t m_pid = -1;

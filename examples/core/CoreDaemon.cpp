@@ -12,7 +12,8 @@ namespace KelpExample {
 
 CoreDaemon::CoreDaemon()
     : m_applications(m_address),
-      m_methods(m_applications),
+      m_updates([this] { exitWhenDone(); }),
+      m_methods(m_applications, m_updates),
       m_unexpectedMessages(m_address),
       m_signalEventReceiver({SIGTERM, SIGINT, SIGCHLD}, *this),
       m_ipcEventReceiver(m_address) {
@@ -85,9 +86,7 @@ void CoreDaemon::beginShutdown() {
       application->process()->stop(nullptr);
     }
   }
-  if (!m_applications.isAnyRunning()) {
-    m_looper.exitEventLoop();
-  }
+  exitWhenDone();
 }
 
 // One SIGCHLD may stand for several children.
@@ -99,7 +98,11 @@ void CoreDaemon::reapApplications() {
       application->handleEnd(waitStatus);
     }
   }
-  if (m_isShuttingDown && !m_applications.isAnyRunning()) {
+  exitWhenDone();
+}
+
+void CoreDaemon::exitWhenDone() {
+  if (m_isShuttingDown && !m_applications.isAnyRunning() && m_updates.isIdle()) {
     m_looper.exitEventLoop();
   }
 }

@@ -1,4 +1,5 @@
-// The core daemon: one loop on the core's FIFO and on signals, the applications, and the web API's methods.
+// The core daemon: one loop on the core's FIFO and on signals, the applications, and the web API's methods. What would
+// hold the loop up is done by the worker threads.
 #ifndef KELP_EXAMPLES_CORE_CORE_DAEMON_H
 #define KELP_EXAMPLES_CORE_CORE_DAEMON_H
 
@@ -8,6 +9,7 @@
 #include "common/SignalEventReceiver.h"
 #include "common/UnexpectedMessages.h"
 #include "core/ApplicationTable.h"
+#include "core/PackageUpdates.h"
 #include "core/WebApiMethods.h"
 
 namespace KelpExample {
@@ -22,8 +24,9 @@ class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
   CoreDaemon(const CoreDaemon&) = delete;
   CoreDaemon& operator=(const CoreDaemon&) = delete;
 
-  // Returns true when SIGTERM or SIGINT has come and all applications have ended; false, at once, when the FIFO could
-  // not be made.
+  // REQUIRES: the worker service exists, and was created behind this object.
+  // Returns true when SIGTERM or SIGINT has come and all applications and updates have ended; false, at once, when the
+  // FIFO could not be made.
   bool run();
 
   void handleRequest(Kelp::IpcAddress& srcIpcAddress, Kelp::IpcDataRequest& data, int dataSize,
@@ -35,10 +38,12 @@ class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
   void setHandlers();
   void beginShutdown();
   void reapApplications();
+  void exitWhenDone();
 
   const Kelp::IpcAddressCore m_address;
   Kelp::EventLooperMultiWait m_looper;
   ApplicationTable m_applications;
+  PackageUpdates m_updates;
   WebApiMethods m_methods;
   UnexpectedMessages m_unexpectedMessages;
   SignalEventReceiver m_signalEventReceiver;  // before the FIFO: no signal may end the process and leave it behind

@@ -19,6 +19,10 @@ const Record& WebApiCall::request() const {
   return m_request;
 }
 
+int WebApiCall::getClientPid() const {
+  return clientPidOf(*m_client);
+}
+
 Record& WebApiCall::results() {
   return m_results;
 }

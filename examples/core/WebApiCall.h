@@ -24,6 +24,7 @@ class WebApiCall {
   WebApiCall& operator=(const WebApiCall&) = delete;
 
   const Record& request() const;
+  int getClientPid() const;
 
   // What a successful answer tells besides the code.
   Record& results();

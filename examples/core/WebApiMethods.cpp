@@ -22,7 +22,8 @@ void putNames(const char* arrayName, const std::vector<std::string>& names, Reco
 
 }  // namespace
 
-WebApiMethods::WebApiMethods(ApplicationTable& applications) : m_applications(applications) {}
+WebApiMethods::WebApiMethods(ApplicationTable& applications, PackageUpdates& updates)
+    : m_applications(applications), m_updates(updates) {}
 
 void WebApiMethods::handle(CallPtr call) {
   using Method = void (WebApiMethods::*)(CallPtr);
@@ -36,6 +37,7 @@ void WebApiMethods::handle(CallPtr call) {
       {"setPreference", &WebApiMethods::setPreference},
       {"startApplication", &WebApiMethods::startApplication},
       {"stopApplication", &WebApiMethods::stopApplication},
+      {"updateApplication", &WebApiMethods::updateApplication},
   };
   std::string name;
   call->request().getString(kMethodName, name);
@@ -53,7 +55,7 @@ void WebApiMethods::beginShutdown() {
 
 void WebApiMethods::getApplicationList(CallPtr call) {
   Record& results = call->results();
-  results.beginArray("applications");
+  results.beginArray(kApplications);
   for (const auto& application : m_applications.all()) {
     results.beginStruct("");
     application->describe(results);
@@ -69,24 +71,43 @@ void WebApiMethods::startApplication(CallPtr call) {
     call->answer(Kelp::CommonReturnCode_InvalidInstallId);
     return;
   }
-  if (m_isShuttingDown || application->process() != nullptr) {
+  int processId = 0;
+  if (call->request().getNumber(kProcessId, processId) && processId != 0) {
+    call->answer(Kelp::CommonReturnCode_InvalidProcessId);  // which one it becomes is not the caller's choice
+    return;
+  }
+  if (!isAtRest(*application)) {
     call->answer(Kelp::CommonReturnCode_BadApplicationStatus);
     return;
   }
+  std::string args;
+  call->request().getString(kArgs, args);
   const int execId = m_applications.createExecId();
   call->results().putDecimal(kExecId, execId);
-  call->answer(application->start(execId));
+  call->answer(application->start(execId, args));
 }
 
 void WebApiMethods::stopApplication(CallPtr call) {
-  int execId = 0;
-  call->request().getNumber(kExecId, execId);
-  Application* application = m_applications.findByExecId(execId);
-  if (application == nullptr) {
-    call->answer(Kelp::CommonReturnCode_InvalidExecId);
+  Application* application = nullptr;
+  const Kelp::CommonReturnCode_t code = findRunning(*call, application);
+  if (code != Kelp::CommonReturnCode_Ok) {
+    call->answer(code);
     return;
   }
   application->process()->stop(std::move(call));
+}
+
+void WebApiMethods::updateApplication(CallPtr call) {
+  const Application* application = findInstalled(*call);
+  if (application == nullptr) {
+    call->answer(Kelp::CommonReturnCode_InvalidInstallId);
+    return;
+  }
+  if (!isAtRest(*application)) {
+    call->answer(Kelp::CommonReturnCode_BadApplicationStatus);
+    return;
+  }
+  m_updates.begin(std::move(call), *application);
 }
 
 void WebApiMethods::getPreferences(CallPtr call) {
@@ -170,8 +191,14 @@ void WebApiMethods::restorePreferences(CallPtr call) {
   call->answer(code);
 }
 
+// There is only one extent of it so far, 0, which a caller need not name.
 // Goes on after a failure: one broken file keeps no other application from its defaults.
 void WebApiMethods::initAllData(CallPtr call) {
+  int resetCode = 0;
+  if (call->request().getNumber(kResetCode, resetCode) && resetCode != 0) {
+    call->answer(Kelp::CommonReturnCode_InvalidParameter);
+    return;
+  }
   Kelp::CommonReturnCode_t result = Kelp::CommonReturnCode_Ok;
   for (const auto& application : m_applications.all()) {
     const Kelp::CommonReturnCode_t code = application->preferences().setDefaults();
@@ -188,6 +215,27 @@ Application* WebApiMethods::findInstalled(const WebApiCall& call) const {
   int installId = 0;
   call.request().getNumber(kInstallId, installId);
   return m_applications.findByInstallId(installId);
+}
+
+// A run is named by its exec id, or by application and process.
+Kelp::CommonReturnCode_t WebApiMethods::findRunning(const WebApiCall& call, Application*& application) const {
+  int number = 0;
+  if (!call.request().getNumber(kProcessId, number)) {
+    call.request().getNumber(kExecId, number);
+    application = m_applications.findByExecId(number);
+    return application == nullptr ? Kelp::CommonReturnCode_InvalidExecId : Kelp::CommonReturnCode_Ok;
+  }
+  application = findInstalled(call);
+  if (application == nullptr) {
+    return Kelp::CommonReturnCode_InvalidInstallId;
+  }
+  const bool isRunning = application->process() != nullptr && application->process()->getPid() == number;
+  return isRunning ? Kelp::CommonReturnCode_Ok : Kelp::CommonReturnCode_InvalidProcessId;
+}
+
+// An application neither starts nor is updated while it runs or is updated.
+bool WebApiMethods::isAtRest(const Application& application) const {
+  return !m_isShuttingDown && application.process() == nullptr && !m_updates.isUpdating(application);
 }
 
 }  // namespace KelpExample

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "core/ApplicationTable.h"
+#include "core/PackageUpdates.h"
 #include "core/WebApiCall.h"
 
 namespace KelpExample {
@@ -15,19 +16,20 @@ class WebApiMethods {
  public:
   using CallPtr = std::unique_ptr<WebApiCall>;
 
-  // `applications`: borrowed.
-  explicit WebApiMethods(ApplicationTable& applications);
+  // Both are borrowed.
+  WebApiMethods(ApplicationTable& applications, PackageUpdates& updates);
 
   // Runs the method that the request names; "Invalid Method" when there is none.
   void handle(CallPtr call);
 
-  // From now on no application starts.
+  // From now on no application starts, and none is updated.
   void beginShutdown();
 
  private:
   void getApplicationList(CallPtr call);
   void startApplication(CallPtr call);
   void stopApplication(CallPtr call);
+  void updateApplication(CallPtr call);
   void getPreferences(CallPtr call);
   void getStatus(CallPtr call);
   void setPreference(CallPtr call);
@@ -36,8 +38,11 @@ class WebApiMethods {
   void initAllData(CallPtr call);
 
   Application* findInstalled(const WebApiCall& call) const;
+  Kelp::CommonReturnCode_t findRunning(const WebApiCall& call, Application*& application) const;
+  bool isAtRest(const Application& application) const;
 
   ApplicationTable& m_applications;
+  PackageUpdates& m_updates;
   bool m_isShuttingDown = false;
 };
 

@@ -5,9 +5,16 @@
 #include "FilePathManager.h"
 #include "KelpDebug.h"
 #include "TimerService.h"
+#include "WorkerThreadService.h"
 #include "common/Note.h"
 #include "common/StaleFifo.h"
 #include "core/CoreDaemon.h"
+
+namespace {
+
+constexpr int kWorkers = 2;
+
+}  // namespace
 
 int main() {
   // A client that dies before its answer is written must not take the core along; ignoring the signal once is cheaper
@@ -23,8 +30,11 @@ int main() {
   Kelp::TimerService::createInstance();
   bool isServed;
   {
-    KelpExample::CoreDaemon core;  // gone before the services that it uses
+    KelpExample::CoreDaemon core;  // gone before the timers that it uses
+    // Behind it: threads begin with the signals blocked that the core has blocked, and so none is taken by a worker.
+    Kelp::WorkerThreadService::createInstance(kWorkers);
     isServed = core.run();
+    Kelp::WorkerThreadService::destroyInstance();
   }
   Kelp::TimerService::destroyInstance();
   return isServed ? EXIT_SUCCESS : EXIT_FAILURE;

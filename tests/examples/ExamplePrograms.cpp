@@ -183,6 +183,10 @@ ClientProcess::~ClientProcess() {
   hangUp();
 }
 
+void ClientProcess::sendSignal(int number) const {
+  kill(m_pid, number);
+}
+
 void ClientProcess::hangUp() {
   if (m_outputFd != -1) {
     close(m_outputFd);
@@ -197,10 +201,12 @@ ClientReply ClientProcess::waitForReply() {
   return parseReply(status, text);
 }
 
-ClientReply callApi(const std::string& body) {
-  ClientProcess client(body, {"REQUEST_METHOD=POST", "CONTENT_TYPE=application/x-www-form-urlencoded",
-                              "CONTENT_LENGTH=" + std::to_string(body.size())});
-  return client.waitForReply();
+ClientReply callApi(const std::string& body, const std::string& contentType) {
+  return ClientProcess(body, postVariables(body, contentType)).waitForReply();
+}
+
+std::vector<std::string> postVariables(const std::string& body, const std::string& contentType) {
+  return {"REQUEST_METHOD=POST", "CONTENT_TYPE=" + contentType, "CONTENT_LENGTH=" + std::to_string(body.size())};
 }
 
 ExamplesTest::ExamplesTest() : m_coreFifo(FilePathManager::getCoreFifoPath()) {

@@ -61,6 +61,7 @@ class ClientProcess {
   ClientProcess(const ClientProcess&) = delete;
   ClientProcess& operator=(const ClientProcess&) = delete;
 
+  void sendSignal(int number) const;
   void hangUp();  // the caller reads no more
   ClientReply waitForReply();
 
@@ -69,8 +70,11 @@ class ClientProcess {
   int m_outputFd;
 };
 
-// One whole call.
-ClientReply callApi(const std::string& body);
+// One whole call, as a URL-encoded form or as whatever `contentType` says.
+ClientReply callApi(const std::string& body, const std::string& contentType = "application/x-www-form-urlencoded");
+
+// The CGI environment of the POST of such a body.
+std::vector<std::string> postVariables(const std::string& body, const std::string& contentType);
 
 // A machine with the demo's applications installed, in the test's private file systems.
 class ExamplesTest : public testing::Test {

@@ -306,7 +306,10 @@ TEST_F(ProgramsTest, RequestsThatAreNoFormAreFaults) {
       {"", {kPost, "CONTENT_LENGTH=99999999999999999999999"}, 413},
       {"", {kPost, "CONTENT_LENGTH=0"}, 400},
       {"methodName=", {kPost, "CONTENT_LENGTH=30"}, 400},
-      {"a", {kPost, "CONTENT_LENGTH=1", "CONTENT_TYPE=multipart/form-data; boundary=x"}, 415},
+      {"a", {kPost, "CONTENT_LENGTH=1", "CONTENT_TYPE=text/plain"}, 415},
+      {"a", {kPost, "CONTENT_LENGTH=1", "CONTENT_TYPE=multipart/form-data-of-a-kind"}, 415},
+      {"a", {kPost, "CONTENT_LENGTH=1", "CONTENT_TYPE=Multipart/Form-Data; boundary=x"}, 400},
+      {"", {kPost, "CONTENT_LENGTH=16777217", "CONTENT_TYPE=multipart/form-data; boundary=x"}, 413},
       {"methodName=nothing", {kPost, "CONTENT_LENGTH=18"}, 404},
       {"methodName=stopApplication", {kPost, "CONTENT_LENGTH=26"}, 400},
   };
