@@ -1,6 +1,5 @@
 // The event loop beside a bare epoll loop: dispatching events, carrying exec objects between two loops, and starting
 // and cancelling timers.
-#include <fcntl.h>
 #include <stdio.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -22,6 +21,7 @@
 #include "support/Clock.h"
 #include "support/Comparison.h"
 #include "support/EpollLoop.h"
+#include "support/PointerPipe.h"
 
 using namespace KelpBench;
 
@@ -163,30 +163,7 @@ class Command {
   virtual void execute() = 0;
 };
 
-class CommandPipe {
- public:
-  CommandPipe() { require(pipe2(m_fds, O_CLOEXEC) == 0, "pipe2"); }
-  ~CommandPipe() {
-    close(m_fds[0]);
-    close(m_fds[1]);
-  }
-  CommandPipe(const CommandPipe&) = delete;
-  CommandPipe& operator=(const CommandPipe&) = delete;
-
-  int readEnd() const { return m_fds[0]; }
-
-  void send(Command* command) const { require(write(m_fds[1], &command, sizeof(command)) == sizeof(command), "write"); }
-
-  void receiveAndExecute() const {
-    Command* command = nullptr;
-    require(read(m_fds[0], &command, sizeof(command)) == sizeof(command), "read");
-    command->execute();
-    delete command;
-  }
-
- private:
-  int m_fds[2];
-};
+using CommandPipe = PointerPipe<Command>;
 
 class AnswerCommand : public Command {
  public:
@@ -215,7 +192,7 @@ double floorExec() {
     loop.add(toThere.readEnd());
     int remaining = kJourneys;
     loop.run([&](int) {
-      toThere.receiveAndExecute();
+      toThere.receive()->execute();
       return --remaining > 0;
     });
   });
@@ -227,7 +204,7 @@ double floorExec() {
   int64_t start = monotonicNanoseconds();
   toThere.send(new QuestionCommand(toHere, answers));
   loop.run([&](int) {
-    toHere.receiveAndExecute();
+    toHere.receive()->execute();
     latencies.push_back(static_cast<double>(monotonicNanoseconds() - start));
     if (latencies.size() == kJourneys) {
       return false;

@@ -1,10 +1,7 @@
 // The worker service beside a bare pool that does the same hand-offs: one pipe of pointers that two threads read, and a
 // pipe of pointers back in the asker's epoll set.
-#include <fcntl.h>
 #include <pthread.h>
-#include <unistd.h>
 
-#include <memory>
 #include <vector>
 
 #include "EventLooperMultiWait.h"
@@ -14,6 +11,7 @@
 #include "support/Clock.h"
 #include "support/Comparison.h"
 #include "support/EpollLoop.h"
+#include "support/PointerPipe.h"
 
 using namespace KelpBench;
 
@@ -113,30 +111,7 @@ class Command {
   virtual bool execute() = 0;  // false ends who executes it
 };
 
-class CommandPipe {
- public:
-  CommandPipe() { require(pipe2(m_fds, O_CLOEXEC) == 0, "pipe2"); }
-  ~CommandPipe() {
-    close(m_fds[0]);
-    close(m_fds[1]);
-  }
-  CommandPipe(const CommandPipe&) = delete;
-  CommandPipe& operator=(const CommandPipe&) = delete;
-
-  int readEnd() const { return m_fds[0]; }
-
-  void send(Command* command) const { require(write(m_fds[1], &command, sizeof(command)) == sizeof(command), "write"); }
-
-  bool receiveAndExecute() const {
-    Command* received = nullptr;
-    require(read(m_fds[0], &received, sizeof(received)) == sizeof(received), "read");
-    const std::unique_ptr<Command> command(received);
-    return command->execute();
-  }
-
- private:
-  int m_fds[2];
-};
+using CommandPipe = PointerPipe<Command>;
 
 class EndCommand : public Command {
  public:
@@ -170,7 +145,7 @@ class BarePool {
 
  private:
   static void* serve(void* requests) {
-    while (static_cast<const CommandPipe*>(requests)->receiveAndExecute()) {
+    while (static_cast<const CommandPipe*>(requests)->receive()->execute()) {
     }
     return nullptr;
   }
@@ -195,7 +170,7 @@ class PlainAsker {
     for (int i = 0; i < jobsUnderWay; ++i) {
       ask();
     }
-    m_loop.run([this](int) { return m_back.receiveAndExecute(); });
+    m_loop.run([this](int) { return m_back.receive()->execute(); });
   }
 
   bool notify() {
