@@ -1,7 +1,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +9,9 @@
 
 #include "FileOperator.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
+#include "support/TextFile.h"
 
 namespace {
 
@@ -18,25 +19,16 @@ using Kelp::FileOperator;
 using KelpTest::Call;
 using KelpTest::CallFault;
 using KelpTest::errorLine;
+using KelpTest::exists;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::writeText;
 
 constexpr char kPath[] = "/tmp/file";
 constexpr char kMissingPath[] = "/tmp/missing";
 
 LogLine errorIn(const std::string& function, const std::string& message) {
   return errorLine("FileOperator.cpp", 0, function, message);
-}
-
-void createFile(const std::string& path, const std::string& content) {
-  FILE* file = fopen(path.c_str(), "we");
-  ASSERT_NE(file, nullptr);
-  ASSERT_EQ(fwrite(content.data(), 1, content.size(), file), content.size());
-  fclose(file);
-}
-
-bool exists(const std::string& path) {
-  return access(path.c_str(), F_OK) == 0;
 }
 
 TEST(FileOperatorTest, KeepsItsPathAndStartsClosed) {
@@ -57,7 +49,7 @@ TEST(FileOperatorTest, RegistersUnderItsObjectType) {
 // --- open
 
 TEST(FileOperatorTest, OpenReturns0AndReads) {
-  createFile(kPath, "abc");
+  writeText(kPath, "abc");
   FileOperator file(kPath, false);
   const LogCapture log;
   ASSERT_EQ(file.open(O_RDONLY, 0), 0);
@@ -68,7 +60,7 @@ TEST(FileOperatorTest, OpenReturns0AndReads) {
 }
 
 TEST(FileOperatorTest, OpenSetsCloseOnExec) {
-  createFile(kPath, "");
+  writeText(kPath, "");
   FileOperator file(kPath, false);
   ASSERT_EQ(file.open(O_RDONLY, 0), 0);
   EXPECT_NE(fcntl(file.getFd(), F_GETFD) & FD_CLOEXEC, 0);
@@ -102,18 +94,18 @@ TEST(FileOperatorDeathTest, CreatingWithoutAModeEndsTheProcess) {
 // --- size
 
 TEST(FileOperatorTest, SizeOfAnUnopenedFileIsThatOfTheFileAtItsPath) {
-  createFile(kPath, "abcd");
+  writeText(kPath, "abcd");
   const LogCapture log;
   EXPECT_EQ(FileOperator(kPath, false).size(), 4);
   EXPECT_TRUE(log.lines().empty());
 }
 
 TEST(FileOperatorTest, SizeOfAnOpenFileIsThatOfTheOpenOne) {
-  createFile(kPath, "abcd");
+  writeText(kPath, "abcd");
   FileOperator file(kPath, false);
   ASSERT_EQ(file.open(O_RDONLY, 0), 0);
   ASSERT_EQ(unlink(kPath), 0);
-  createFile(kPath, "ab");
+  writeText(kPath, "ab");
   EXPECT_EQ(file.size(), 4);
 }
 
@@ -122,7 +114,7 @@ TEST(FileOperatorTest, SizeReachesBeyond4GiBOpenOrNot) {
     GTEST_SKIP() << "file offsets have 32 bits here";
   }
   constexpr long long kSize = 5LL * 1024 * 1024 * 1024 + 1;
-  createFile(kPath, "");
+  writeText(kPath, "");
   ASSERT_EQ(truncate(kPath, static_cast<off_t>(kSize)), 0);
   FileOperator file(kPath, false);
   EXPECT_EQ(file.size(), kSize);
@@ -137,7 +129,7 @@ TEST(FileOperatorTest, SizeOfNothingIs0WithAnErrorLine) {
 }
 
 TEST(FileOperatorTest, CopyOfAFileFindsItsOwnSize) {
-  createFile(kPath, "abcd");
+  writeText(kPath, "abcd");
   FileOperator source(kPath, false);
   ASSERT_EQ(source.open(O_RDONLY, 0), 0);
   FileOperator destination("/tmp/copy", false);
@@ -149,7 +141,7 @@ TEST(FileOperatorTest, CopyOfAFileFindsItsOwnSize) {
 // --- end of life
 
 TEST(FileOperatorTest, DestructionClosesWhatWasOpened) {
-  createFile(kPath, "");
+  writeText(kPath, "");
   int fd = -1;
   {
     FileOperator file(kPath, false);
@@ -161,7 +153,7 @@ TEST(FileOperatorTest, DestructionClosesWhatWasOpened) {
 }
 
 TEST(FileOperatorTest, DestructionRemovesAFileThatWasNeverOpened) {
-  createFile(kPath, "");
+  writeText(kPath, "");
   { const FileOperator file(kPath, true); }
   EXPECT_FALSE(exists(kPath));
 }
@@ -174,7 +166,7 @@ TEST(FileOperatorTest, FailedRemovalIsLogged) {
 }
 
 TEST(FileOperatorTest, RemovalCanBeSwitchedOnAndOff) {
-  createFile(kPath, "");
+  writeText(kPath, "");
   {
     FileOperator file(kPath, true);
     file.setFileRemovalOnObjectDeletion(false);
@@ -188,7 +180,7 @@ TEST(FileOperatorTest, RemovalCanBeSwitchedOnAndOff) {
 }
 
 TEST(FileOperatorTest, FileIsUnlinkedWhileStillOpen) {
-  createFile(kPath, "");
+  writeText(kPath, "");
   auto file = std::make_unique<FileOperator>(kPath, true);
   ASSERT_EQ(file->open(O_RDONLY, 0), 0);
   const int fd = file->getFd();

@@ -12,6 +12,7 @@
 
 #include "KelpDebug.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 #include "support/PrivateNamespace.h"
 
@@ -21,8 +22,11 @@ using KelpTest::Call;
 using KelpTest::callCount;
 using KelpTest::CallFault;
 using KelpTest::errorLine;
+using KelpTest::exists;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::modeOf;
+using KelpTest::statusOf;
 
 constexpr char kLogDirectory[] = "/var/log/kelp";
 constexpr char kLogFile[] = "/var/log/kelp/pf_x.log";
@@ -32,20 +36,6 @@ void makeFile(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   ASSERT_NE(fd, -1) << path;
   close(fd);
-}
-
-bool exists(const std::string& path) {
-  return access(path.c_str(), F_OK) == 0;
-}
-
-struct stat statusOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-  return status;
-}
-
-mode_t modeOf(const std::string& path) {
-  return statusOf(path).st_mode & 07777;
 }
 
 void removeLogDirectory() {

@@ -11,6 +11,7 @@
 
 #include "SysFunc.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 #include "support/PrivateNamespace.h"
 
@@ -23,9 +24,12 @@ using KelpTest::Call;
 using KelpTest::callCount;
 using KelpTest::CallFault;
 using KelpTest::errorLine;
+using KelpTest::exists;
 using KelpTest::lastSystemCommand;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::modeOf;
+using KelpTest::statusOf;
 
 void makeFile(const std::string& path, mode_t mode = 0644) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, mode);
@@ -44,20 +48,6 @@ void makeTree() {
 }
 
 const char* const kTree[] = {"/tmp/d", "/tmp/d/below", "/tmp/d/file", "/tmp/d/below/file"};
-
-struct stat statusOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-  return status;
-}
-
-mode_t modeOf(const std::string& path) {
-  return statusOf(path).st_mode & 07777;
-}
-
-bool exists(const std::string& path) {
-  return access(path.c_str(), F_OK) == 0;
-}
 
 // The umask for a test, and whether the code under test has left it alone.
 class UmaskGuard {

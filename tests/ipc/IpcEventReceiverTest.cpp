@@ -15,6 +15,7 @@
 #include "ipc/LoopFixture.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 #include "support/VirtualSlot.h"
 

@@ -17,6 +17,7 @@
 #include "ipc/LoopFixture.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 
 using Kelp::IpcAddressApi;

@@ -13,6 +13,7 @@
 #include "ipc/IpcTestSupport.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 
 using Kelp::IpcData;

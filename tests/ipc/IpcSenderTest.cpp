@@ -15,6 +15,7 @@
 #include "ipc/Sigpipe.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 
 using Kelp::IpcData;

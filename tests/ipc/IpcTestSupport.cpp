@@ -7,7 +7,6 @@
 #include <stdlib.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,11 +35,6 @@ std::vector<int> descriptorsOf(const std::string& path) {
   }
   closedir(directory);
   return fds;
-}
-
-bool exists(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0;
 }
 
 std::string textOf(const Kelp::IpcData& data, int dataSize) {

@@ -19,8 +19,6 @@ constexpr char kFifoPath[] = "/tmp/Kelp/fifo";
 // The process's descriptors that are open on `path`.
 std::vector<int> descriptorsOf(const std::string& path);
 
-bool exists(const std::string& path);
-
 // The text as the payload of a message.
 template <typename Data>
 Data& payload(std::string& text) {

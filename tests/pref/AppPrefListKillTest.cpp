@@ -13,6 +13,8 @@
 
 #include "AppPrefList.h"
 #include "pref/PrefFiles.h"
+#include "support/FileStatus.h"
+#include "support/TextFile.h"
 
 namespace {
 
@@ -196,7 +198,7 @@ void expectNextProcessWorks() {
   const AppPrefList again(kPrefPath, false, 0);
   EXPECT_FALSE(again.hasError());
   EXPECT_EQ(again.getAppPref("integer")->getValueByString(), "7");
-  EXPECT_FALSE(KelpTest::hasFile(std::string(kPrefPath) + "~"));
+  EXPECT_FALSE(KelpTest::exists(std::string(kPrefPath) + "~"));
 }
 
 bool isTracingPermitted(const AppPrefList& list) {

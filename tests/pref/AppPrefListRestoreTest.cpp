@@ -16,6 +16,7 @@
 #include "pref/PrefFiles.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "support/TextFile.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include "AppPrefString.h"
 #include "pref/PrefFiles.h"
 #include "support/LogCapture.h"
+#include "support/TextFile.h"
 
 namespace {
 

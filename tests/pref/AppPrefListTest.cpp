@@ -15,6 +15,7 @@
 #include "pref/PrefFiles.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "support/TextFile.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ using KelpTest::CallFault;
 using KelpTest::errorLine;
 using KelpTest::fileJson;
 using KelpTest::itemJson;
+using KelpTest::kDocumentedExample;
 using KelpTest::kPrefPath;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
@@ -103,35 +105,7 @@ TEST(AppPrefListTest, LoadsItemsOfEveryTypeInTheFilesOrder) {
 }
 
 TEST(AppPrefListTest, LoadsTheDocumentedExample) {
-  expectGood(R"({
-  "funcId":"0000A012",
-  "preferenceVersion":{
-    "major":"1",
-    "minor":"0"
-  },
-  "preference":[
-    {
-      "prefName":"mode",
-      "prefType":"Enumeration",
-      "enumerationList":[
-        "auto",
-        "manual"
-      ],
-      "appApiAccess":"ReadWrite",
-      "webApiAccess":"Read",
-      "defaultValue":"auto",
-      "value":"manual"
-    },
-    {
-      "prefName":"enabled",
-      "prefType":"Boolean",
-      "appApiAccess":"ReadWrite",
-      "webApiAccess":"ReadWrite",
-      "defaultValue":"TRUE",
-      "value":"TRUE"
-    }
-  ]
-})");
+  expectGood(kDocumentedExample);
 }
 
 TEST(AppPrefListTest, ItemIsFoundByItsExactNameAndType) {

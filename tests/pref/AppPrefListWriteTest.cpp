@@ -10,7 +10,9 @@
 #include "AppPrefString.h"
 #include "pref/PrefFiles.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
+#include "support/TextFile.h"
 
 namespace {
 
@@ -20,10 +22,11 @@ using KelpTest::Call;
 using KelpTest::callCount;
 using KelpTest::CallFault;
 using KelpTest::errorLine;
+using KelpTest::exists;
 using KelpTest::fileJson;
-using KelpTest::hasFile;
 using KelpTest::itemJson;
 using KelpTest::kAllTypesWritten;
+using KelpTest::kDocumentedExample;
 using KelpTest::kPrefPath;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
@@ -50,7 +53,7 @@ class AppPrefListWriteTest : public testing::Test {
   // The write that just failed left the old file and nothing else.
   static void expectOldFileOnly() {
     EXPECT_EQ(readText(kTarget), kOld);
-    EXPECT_FALSE(hasFile(kTemporary));
+    EXPECT_FALSE(exists(kTemporary));
   }
 
   AppPrefList m_list;
@@ -64,43 +67,14 @@ TEST_F(AppPrefListWriteTest, WritesTheWholeFileByteForByte) {
   LogCapture log;
   EXPECT_EQ(m_list.writeFile(kTarget), 0);
   EXPECT_EQ(readText(kTarget), kAllTypesWritten);
-  EXPECT_FALSE(hasFile(kTemporary));
+  EXPECT_FALSE(exists(kTemporary));
   EXPECT_TRUE(log.errors().empty());
 }
 
 TEST_F(AppPrefListWriteTest, WritesTheDocumentedExampleAsItStands) {
-  const std::string example = R"({
-  "funcId":"0000A012",
-  "preferenceVersion":{
-    "major":"1",
-    "minor":"0"
-  },
-  "preference":[
-    {
-      "prefName":"mode",
-      "prefType":"Enumeration",
-      "enumerationList":[
-        "auto",
-        "manual"
-      ],
-      "appApiAccess":"ReadWrite",
-      "webApiAccess":"Read",
-      "defaultValue":"auto",
-      "value":"manual"
-    },
-    {
-      "prefName":"enabled",
-      "prefType":"Boolean",
-      "appApiAccess":"ReadWrite",
-      "webApiAccess":"ReadWrite",
-      "defaultValue":"TRUE",
-      "value":"TRUE"
-    }
-  ]
-})";
-  writeText(kPrefPath, example);
+  writeText(kPrefPath, kDocumentedExample);
   EXPECT_EQ(AppPrefList(kPrefPath, false, 0).writeFile(kTarget), 0);
-  EXPECT_EQ(readText(kTarget), example);
+  EXPECT_EQ(readText(kTarget), kDocumentedExample);
 }
 
 TEST_F(AppPrefListWriteTest, WritesAccessAndEscapes) {
@@ -195,7 +169,7 @@ TEST_F(AppPrefListWriteTest, LeftOverTemporaryFileIsReplaced) {
   writeText(kTemporary, std::string(200000, 'x'));
   EXPECT_EQ(m_list.writeFile(kTarget), 0);
   EXPECT_EQ(readText(kTarget), kAllTypesWritten);
-  EXPECT_FALSE(hasFile(kTemporary));
+  EXPECT_FALSE(exists(kTemporary));
 }
 
 // The disks are asked to keep the text before it takes the old one's place, and the new name afterwards.
@@ -317,7 +291,7 @@ TEST_F(AppPrefListWriteTest, DirectoryAtThePathIsAFileAccessError) {
   ASSERT_EQ(unlink(kTarget.c_str()), 0);
   ASSERT_EQ(mkdir(kTarget.c_str(), 0755), 0);
   EXPECT_EQ(m_list.writeFile(kTarget), 14);
-  EXPECT_FALSE(hasFile(kTemporary));
+  EXPECT_FALSE(exists(kTemporary));
 }
 
 TEST_F(AppPrefListWriteTest, FailedChmodIsReportedWithTheNewFileInPlace) {
@@ -326,7 +300,7 @@ TEST_F(AppPrefListWriteTest, FailedChmodIsReportedWithTheNewFileInPlace) {
   const CallFault fault(Call::Chmod, EPERM);
   EXPECT_EQ(m_list.writeFile(kTarget), 15);
   EXPECT_EQ(readText(kTarget), kAllTypesWritten);
-  EXPECT_FALSE(hasFile(kTemporary));
+  EXPECT_FALSE(exists(kTemporary));
   EXPECT_EQ(callCount(Call::Sync), syncs + 2);
   EXPECT_EQ(log.errors(), std::vector<LogLine>({listLine("Can't chmod prefFile /tmp/target.json~")}));
 }

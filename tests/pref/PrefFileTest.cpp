@@ -8,6 +8,8 @@
 #include "FileOperator.h"
 #include "pref/PrefFile.h"
 #include "pref/PrefFiles.h"
+#include "support/FileStatus.h"
+#include "support/TextFile.h"
 
 namespace {
 
@@ -102,8 +104,8 @@ TEST_F(PrefFileTest, WithoutMemoryForTheTextNothingIsWrittenAndNothingLost) {
     }
     ++failures;
     ASSERT_EQ(result, 16) << calls;
-    ASSERT_FALSE(KelpTest::hasFile("/tmp/target.json"));
-    ASSERT_FALSE(KelpTest::hasFile("/tmp/target.json~"));
+    ASSERT_FALSE(KelpTest::exists("/tmp/target.json"));
+    ASSERT_FALSE(KelpTest::exists("/tmp/target.json~"));
   }
   EXPECT_GT(failures, 80);
   EXPECT_EQ(KelpTest::readText("/tmp/target.json"), KelpTest::kAllTypesWritten);

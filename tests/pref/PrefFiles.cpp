@@ -1,22 +1,6 @@
 #include "pref/PrefFiles.h"
 
-#include <fstream>
-#include <iterator>
-
 namespace KelpTest {
-
-void writeText(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
-std::string readText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-bool hasFile(const std::string& path) {
-  return std::ifstream(path).good();
-}
 
 std::string itemJson(const std::string& name, const std::string& type, const std::string& defaultValue,
                      const std::string& value, const std::string& more) {
@@ -94,6 +78,36 @@ const char kAllTypesWritten[] = R"({
       "webApiAccess":"ReadWrite",
       "defaultValue":"",
       "value":"TWFu"
+    }
+  ]
+})";
+
+const char kDocumentedExample[] = R"({
+  "funcId":"0000A012",
+  "preferenceVersion":{
+    "major":"1",
+    "minor":"0"
+  },
+  "preference":[
+    {
+      "prefName":"mode",
+      "prefType":"Enumeration",
+      "enumerationList":[
+        "auto",
+        "manual"
+      ],
+      "appApiAccess":"ReadWrite",
+      "webApiAccess":"Read",
+      "defaultValue":"auto",
+      "value":"manual"
+    },
+    {
+      "prefName":"enabled",
+      "prefType":"Boolean",
+      "appApiAccess":"ReadWrite",
+      "webApiAccess":"ReadWrite",
+      "defaultValue":"TRUE",
+      "value":"TRUE"
     }
   ]
 })";

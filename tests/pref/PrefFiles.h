@@ -1,4 +1,4 @@
-// Preference files for tests: small files read and written at once, and the JSON that they hold.
+// Preference files for tests: where they lie, and the JSON that they hold.
 #ifndef KELP_TESTS_PREF_PREF_FILES_H
 #define KELP_TESTS_PREF_PREF_FILES_H
 
@@ -8,10 +8,6 @@
 namespace KelpTest {
 
 constexpr char kPrefPath[] = "/tmp/appPrefs.json";
-
-void writeText(const std::string& path, const std::string& text);
-std::string readText(const std::string& path);  // "" where there is no file
-bool hasFile(const std::string& path);
 
 // An item object with all keys, `more` (", \"key\": ...") before its end.
 std::string itemJson(const std::string& name, const std::string& type, const std::string& defaultValue,
@@ -25,6 +21,9 @@ std::string allTypesJson(const std::string& more = "");
 
 // The same file as AppPrefList writes it.
 extern const char kAllTypesWritten[];
+
+// The example of a file in the documentation, as AppPrefList writes it too.
+extern const char kDocumentedExample[];
 
 }  // namespace KelpTest
 

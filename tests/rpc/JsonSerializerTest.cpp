@@ -8,8 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -17,6 +15,7 @@
 #include "JsonSerializer.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "support/TextFile.h"
 
 namespace {
 
@@ -32,19 +31,12 @@ using KelpTest::CallFault;
 using KelpTest::errorLine;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::readText;
 using KelpTest::traceLine;
+using KelpTest::writeText;
 
 const char kResponse[] = "/tmp/response";
 const char kInput[] = "/tmp/input";
-
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-void writeInput(const std::string& bytes) {
-  std::ofstream(kInput, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
 
 std::string bytesOf(size_t count) {
   std::string bytes;
@@ -69,7 +61,7 @@ int descriptorOf(const std::string& path) {
 using Json = std::unique_ptr<json_object, int (*)(json_object*)>;
 
 Json parsedResponse() {
-  return Json(json_tokener_parse(contentOf(kResponse).c_str()), json_object_put);
+  return Json(json_tokener_parse(readText(kResponse).c_str()), json_object_put);
 }
 
 class JsonSerializerTest : public testing::Test {
@@ -77,7 +69,7 @@ class JsonSerializerTest : public testing::Test {
   // Writes the response out and returns its text.
   std::string written() {
     EXPECT_EQ(m_serializer.doSerialize(), CommonReturnCode_Ok);
-    return contentOf(kResponse);
+    return readText(kResponse);
   }
 
   void putText(const std::string& name, const std::string& value) {
@@ -298,7 +290,7 @@ TEST_F(JsonSerializerTest, BytesThatAreMissingAreRefused) {
 
 TEST_F(JsonSerializerTest, FileBecomesBase64) {
   for (const size_t size : {0U, 1U, 2U, 3U, 4096U, 100001U}) {
-    writeInput(bytesOf(size));
+    writeText(kInput, bytesOf(size));
     EXPECT_EQ(m_serializer.putBinaryData(std::to_string(size), kInput), CommonReturnCode_Ok);
   }
   written();
@@ -316,9 +308,9 @@ TEST_F(JsonSerializerTest, FileBecomesBase64) {
 }
 
 TEST_F(JsonSerializerTest, InputFileStaysAndIsClosed) {
-  writeInput("Man");
+  writeText(kInput, "Man");
   EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_Ok);
-  EXPECT_EQ(contentOf(kInput), "Man");
+  EXPECT_EQ(readText(kInput), "Man");
   EXPECT_EQ(descriptorOf(kInput), -1);
 }
 
@@ -342,7 +334,7 @@ TEST_F(JsonSerializerTest, DirectoryOpensWellAndReadsBadly) {
 }
 
 TEST_F(JsonSerializerTest, ReadErrorIsAnIoError) {
-  writeInput("Man");
+  writeText(kInput, "Man");
   const CallFault fault(Call::Read, EIO);
   LogCapture log;
   EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_IoError);
@@ -362,7 +354,7 @@ TEST_F(JsonSerializerTest, FileShorterThanItsSizeIsAnIoError) {
 }
 
 TEST_F(JsonSerializerTest, FileTooLargeForItsTextsLengthIsAnIoError) {
-  writeInput("");
+  writeText(kInput, "");
   ASSERT_EQ(truncate(kInput, 0x40000000), 0);
   LogCapture log;
   EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_IoError);
@@ -371,7 +363,7 @@ TEST_F(JsonSerializerTest, FileTooLargeForItsTextsLengthIsAnIoError) {
 }
 
 TEST_F(JsonSerializerTest, NoMemoryForTheFileIsAnIoError) {
-  writeInput("Man");
+  writeText(kInput, "Man");
   const CallFault fault(Call::Malloc, ENOMEM);
   LogCapture log;
   EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_IoError);
@@ -381,7 +373,7 @@ TEST_F(JsonSerializerTest, NoMemoryForTheFileIsAnIoError) {
 }
 
 TEST_F(JsonSerializerTest, FileThatCannotBeEncodedIsAnInvalidParameter) {
-  writeInput("Man");
+  writeText(kInput, "Man");
   const CallFault fault(Call::Malloc, ENOMEM, 1);
   LogCapture log;
   EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_InvalidParameter);
@@ -392,7 +384,7 @@ TEST_F(JsonSerializerTest, FileThatCannotBeEncodedIsAnInvalidParameter) {
 
 TEST_F(JsonSerializerTest, OutputFileIsEmptyUntilTheResponseIsWrittenAtOnce) {
   putText("a", std::string(100000, 'x'));
-  EXPECT_EQ(contentOf(kResponse), "");
+  EXPECT_EQ(readText(kResponse), "");
   const int calls = callCount(Call::Fputs);
   EXPECT_EQ(written().size(), 100008U);
   EXPECT_EQ(callCount(Call::Fputs), calls + 1);
@@ -421,7 +413,7 @@ TEST_F(JsonSerializerTest, ValuesPutAfterwardsDoNotReachTheFile) {
   putText("", "3");
   EXPECT_EQ(m_serializer.endArray(), CommonReturnCode_Ok);
   EXPECT_EQ(m_serializer.endStruct(), CommonReturnCode_InvalidProtocol);
-  EXPECT_EQ(contentOf(kResponse), R"({"a":"1"})");
+  EXPECT_EQ(readText(kResponse), R"({"a":"1"})");
 }
 
 TEST_F(JsonSerializerTest, ValuesPutAfterwardsIntoAnOpenArrayDoNoHarm) {
@@ -430,13 +422,13 @@ TEST_F(JsonSerializerTest, ValuesPutAfterwardsIntoAnOpenArrayDoNoHarm) {
   putText("a", "1");
   m_serializer.beginStruct("");
   EXPECT_EQ(m_serializer.endStruct(), CommonReturnCode_Ok);
-  EXPECT_EQ(contentOf(kResponse), R"({"list":[]})");
+  EXPECT_EQ(readText(kResponse), R"({"list":[]})");
 }
 
 TEST(JsonSerializerLifeTest, OldContentIsGoneFromTheStart) {
-  std::ofstream(kResponse) << "an older and longer response";
+  writeText(kResponse, "an older and longer response");
   const JsonSerializer serializer(kResponse);
-  EXPECT_EQ(contentOf(kResponse), "");
+  EXPECT_EQ(readText(kResponse), "");
 }
 
 TEST(JsonSerializerLifeTest, ResponseThatIsNeverWrittenLeavesAnEmptyClosedFile) {
@@ -446,7 +438,7 @@ TEST(JsonSerializerLifeTest, ResponseThatIsNeverWrittenLeavesAnEmptyClosedFile) 
     serializer.beginArray("list");
   }
   EXPECT_EQ(access(kResponse, F_OK), 0);
-  EXPECT_EQ(contentOf(kResponse), "");
+  EXPECT_EQ(readText(kResponse), "");
   EXPECT_EQ(descriptorOf(kResponse), -1);
 }
 

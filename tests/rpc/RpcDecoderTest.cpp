@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "QueryStringParser.h"
 #include "RpcDecoder.h"
 #include "SysFunc.h"
+#include "support/TextFile.h"
 #include "tests/rpc/RecordingParser.h"
 
 namespace {
@@ -20,7 +19,9 @@ using Kelp::KelpObject;
 using Kelp::QueryStringParser;
 using Kelp::RpcDecoder;
 using Kelp::SysFunc;
+using KelpTest::readText;
 using KelpTest::RecordingParser;
+using KelpTest::writeText;
 
 using Calls = std::vector<std::string>;
 using GetInt = CommonReturnCode_t (RpcDecoder::*)(const std::string&, int&);
@@ -113,7 +114,7 @@ TEST_F(RpcDecoderTest, EveryResultIsTheParsers) {
 }
 
 TEST(RpcDecoderQueryStringTest, RepresentationIsFixedPerValue) {
-  std::ofstream("/tmp/request") << "installId=0000001A&execId=26&prefName=a+b&data=TWFu";
+  writeText("/tmp/request", "installId=0000001A&execId=26&prefName=a+b&data=TWFu");
   QueryStringParser parser("/tmp/request");
   RpcDecoder decoder(parser);
   int installId = 0;
@@ -129,8 +130,7 @@ TEST(RpcDecoderQueryStringTest, RepresentationIsFixedPerValue) {
   EXPECT_EQ(name, "a b");
   EXPECT_EQ(decoder.getPrefName("missing", name), CommonReturnCode_InvalidProtocol);
   EXPECT_EQ(decoder.getAppData("data", "/tmp/data"), CommonReturnCode_Ok);
-  std::ifstream file("/tmp/data");
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()), "Man");
+  EXPECT_EQ(readText("/tmp/data"), "Man");
 }
 
 }  // namespace
