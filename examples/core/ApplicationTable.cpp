@@ -57,10 +57,6 @@ Application* ApplicationTable::findByAddress(const Kelp::IpcAddress& address) co
   return findProcess([&](const ApplicationProcess& process) { return process.isAddress(address); });
 }
 
-Application* ApplicationTable::findByPid(pid_t pid) const {
-  return findProcess([&](const ApplicationProcess& process) { return process.getPid() == pid; });
-}
-
 bool ApplicationTable::isAnyRunning() const {
   return findProcess([](const ApplicationProcess&) { return true; }) != nullptr;
 }

@@ -5,8 +5,6 @@
 #ifndef KELP_EXAMPLES_CORE_APPLICATION_TABLE_H
 #define KELP_EXAMPLES_CORE_APPLICATION_TABLE_H
 
-#include <sys/types.h>
-
 #include <functional>
 #include <memory>
 #include <vector>
@@ -27,7 +25,6 @@ class ApplicationTable {
   Application* findByInstallId(int installId) const;
   Application* findByExecId(int execId) const;
   Application* findByAddress(const Kelp::IpcAddress& address) const;
-  Application* findByPid(pid_t pid) const;
 
   bool isAnyRunning() const;
 

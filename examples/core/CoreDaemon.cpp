@@ -89,12 +89,13 @@ void CoreDaemon::beginShutdown() {
   exitWhenDone();
 }
 
-// One SIGCHLD may stand for several children.
+// One SIGCHLD may stand for several children. Those that are no application are a worker's, which waits for the command
+// that it runs: not to be taken away from it.
 void CoreDaemon::reapApplications() {
   int waitStatus;
-  for (pid_t pid = waitpid(-1, &waitStatus, WNOHANG); pid > 0; pid = waitpid(-1, &waitStatus, WNOHANG)) {
-    Application* application = m_applications.findByPid(pid);
-    if (application != nullptr) {
+  for (const auto& application : m_applications.all()) {
+    const ApplicationProcess* const process = application->process();
+    if (process != nullptr && waitpid(process->getPid(), &waitStatus, WNOHANG) > 0) {
       application->handleEnd(waitStatus);
     }
   }

@@ -18,10 +18,11 @@ namespace {
 using Kelp::CommonReturnCode_t;
 using Kelp::FilePathManager;
 
-// Any local process could have put anything there: a link, a FIFO that blocks, a file without end.
+// Any local process could have put anything there: a link, a FIFO that blocks, a file without end. An empty file is no
+// package.
 CommonReturnCode_t checkFile(const std::string& path) {
   struct stat status;
-  if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
     return Kelp::CommonReturnCode_InvalidProtocol;
   }
   const bool isTooLarge = status.st_size > static_cast<off_t>(kMaxUploadBytes);

@@ -206,6 +206,18 @@ TEST_F(PackageUpdateTest, AFaultLeavesThePackageOfBefore) {
   endCore(core);
 }
 
+TEST_F(PackageUpdateTest, ANamedFileWithoutAPackageLeavesTheOneOfBefore) {
+  CoreProcess core;
+  writeFile(m_upload, base64("Kelp"));
+  EXPECT_EQ(codeRecord(0), callApi(updateRecord(1, m_upload), kBinary).body);
+  for (const char* const content : {"", "no!Base64"}) {
+    writeFile(m_upload, content);
+    EXPECT_EQ(codeRecord(Kelp::CommonReturnCode_InvalidProtocol), callApi(updateRecord(1, m_upload), kBinary).body);
+    expectPackage("Kelp");
+  }
+  endCore(core);
+}
+
 TEST_F(PackageUpdateTest, APackageThatCannotBeWrittenIsAFault) {
   writeFile(m_setup, "in the way");
   CoreProcess core;
