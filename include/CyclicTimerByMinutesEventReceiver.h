@@ -1,4 +1,6 @@
 // A timer that fires at every whole minute of local time.
+//
+// Threads: as TimerService says of its timers.
 #ifndef KELP_TIMER_CYCLIC_TIMER_BY_MINUTES_EVENT_RECEIVER_H
 #define KELP_TIMER_CYCLIC_TIMER_BY_MINUTES_EVENT_RECEIVER_H
 

@@ -1,4 +1,6 @@
 // A timer of a fixed period, on the monotonic clock.
+//
+// Threads: as TimerService says of its timers.
 #ifndef KELP_TIMER_CYCLIC_TIMER_EVENT_RECEIVER_H
 #define KELP_TIMER_CYCLIC_TIMER_EVENT_RECEIVER_H
 

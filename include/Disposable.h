@@ -1,4 +1,6 @@
 // What an event looper can be asked to delete once its current pass is over (EventLooper::disposeSafely).
+//
+// Threads: deleted on the thread of the looper that was asked.
 #ifndef KELP_FOUNDATION_DISPOSABLE_H
 #define KELP_FOUNDATION_DISPOSABLE_H
 

@@ -1,4 +1,6 @@
 // Reads a web API request: its method name, and the values of the method.
+//
+// Threads: as RpcDecoder.
 #ifndef KELP_RPC_REQUEST_DECODER_H
 #define KELP_RPC_REQUEST_DECODER_H
 

@@ -1,4 +1,6 @@
 // Writes the answer to a web API request that succeeded.
+//
+// Threads: as RpcEncoder.
 #ifndef KELP_RPC_RESPONSE_ENCODER_H
 #define KELP_RPC_RESPONSE_ENCODER_H
 

@@ -1,4 +1,6 @@
 // Writes the answer to a binary request that succeeded: one operation, that of the request's method, writes all of it.
+//
+// Threads: as RpcEncoder.
 #ifndef KELP_RPC_RESPONSE_ENCODER_FOR_BINARY_H
 #define KELP_RPC_RESPONSE_ENCODER_FOR_BINARY_H
 

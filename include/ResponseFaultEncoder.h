@@ -1,4 +1,6 @@
 // Writes the answer to a web API request that failed: a code with putFaultCode() and its text with putFaultString().
+//
+// Threads: as RpcEncoder.
 #ifndef KELP_RPC_RESPONSE_FAULT_ENCODER_H
 #define KELP_RPC_RESPONSE_FAULT_ENCODER_H
 

@@ -1,4 +1,6 @@
 // Writes the answer to a binary request that failed: its code.
+//
+// Threads: as RpcEncoder.
 #ifndef KELP_RPC_RESPONSE_FAULT_ENCODER_FOR_BINARY_H
 #define KELP_RPC_RESPONSE_FAULT_ENCODER_FOR_BINARY_H
 

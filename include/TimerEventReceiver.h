@@ -1,5 +1,7 @@
 // A timer as its looper sees it: the receiver that owns the timer's descriptor. TimerService makes and keeps these; a
 // cancelled one is deleted by its looper after the current pass.
+//
+// Threads: as TimerService says of its timers.
 #ifndef KELP_TIMER_TIMER_EVENT_RECEIVER_H
 #define KELP_TIMER_TIMER_EVENT_RECEIVER_H
 
