@@ -17,6 +17,7 @@ namespace {
 
 constexpr int kAnyBase = 0;  // as the text says: 0x for 16, 0 for 8, else 10
 constexpr int kDecimal = 10;
+constexpr int kHexadecimal = 16;
 
 JsonOwner readRoot(const std::string& path) {
   FileOperator file(path, false);
@@ -69,12 +70,13 @@ bool SavedPrefFile::readFuncId(json_object* root, const AppPrefList& list) {
     return false;
   }
   KELP_LOG_TRACE("funcId: %s", text.c_str());
-  if (!toFuncId(text, m_funcId)) {
+  long long number = 0;
+  if (!toNumber(text, kHexadecimal, number)) {
     KELP_LOG_ERROR("FuncId is not integer");
     return false;
   }
-  if (m_funcId != list.getFuncId()) {
-    KELP_LOG_ERROR("FuncId is not different");  // it is; log readers know the text
+  if (!toFuncId(text, m_funcId) || m_funcId != list.getFuncId()) {  // one of more than 32 bits is no list's
+    KELP_LOG_ERROR("FuncId is not different");                      // it is; log readers know the text
     return false;
   }
   return true;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "AppPref.h"
+#include "AppPrefEnumeration.h"
 #include "AppPrefFactory.h"
 #include "AppPrefList.h"
 #include "crcCalculator.h"
@@ -37,6 +38,7 @@ using KelpTest::writeText;
 
 constexpr char kSavedPath[] = "/tmp/saved.json";
 constexpr int kOk = 0;
+constexpr int kInvalidParameter = 1;
 constexpr int kRefused = 22;
 using Names = std::vector<std::string>;
 
@@ -135,6 +137,11 @@ TEST_F(AppPrefListRestoreTest, CanonicalTextIsWhatWriteFileWrites) {
   EXPECT_EQ(canonicalText(*m_list), readText(kPrefPath));
 }
 
+TEST_F(AppPrefListRestoreTest, CanonicalTextHasNoValueForAnItemInError) {
+  m_list->getAppPrefEnumeration("enumeration")->setValue(3);
+  EXPECT_EQ(canonicalText(*m_list), replaced(kAllTypesWritten, "\"value\":\"off\"", "\"value\":\"\""));
+}
+
 TEST_F(AppPrefListRestoreTest, ValuesComeBackAndTheFileIsWritten) {
   EXPECT_EQ(restore(savedForm(otherDay())), kOk);
   EXPECT_EQ(m_changed, (Names{"integer", "enumeration"}));
@@ -206,6 +213,16 @@ TEST_F(AppPrefListRestoreTest, FailedReadIsRefused) {
   expectRefused(saved, {"###ERROR###"});
 }
 
+TEST_F(AppPrefListRestoreTest, FileThatThereIsNoMemoryForIsRefused) {
+  writeText(kSavedPath, savedForm(otherDay()));
+  const LogCapture log;
+  const CallFault fault(Call::Malloc, ENOMEM);
+  EXPECT_EQ(m_list->AppPrefRestore(kSavedPath, &m_changed), kRefused);
+  EXPECT_EQ(fault.hits(), 1);
+  EXPECT_EQ(messagesOf(log.errors()), Names{"###ERROR###"});
+  expectUntouched();
+}
+
 TEST_F(AppPrefListRestoreTest, WhatIsNoJsonIsRefused) {
   expectRefused("", {"Invalid AppPrefFile Format"});
   expectRefused("{\"appPreferenceCrc\":", {"Invalid AppPrefFile Format"});
@@ -231,7 +248,10 @@ const Broken kBroken[] = {
     {"\"0000A012\"", "{}", "FuncId is NULL"},
     {"0000A012", "A012x", "FuncId is not integer"},
     {"0000A012", "", "FuncId is not integer"},
+    {"0000A012", "FFFFFFFFFFFFFFFFF", "FuncId is not integer"},
     {"0000A012", "0000A013", "FuncId is not different"},
+    {"0000A012", "10000A012", "FuncId is not different"},
+    {"\"0000A012\"", "1012", "FuncId is not different"},
     {"preferenceVersion", "version", "preferenceVersion is NULL"},
     {"{\n    \"major\":\"1\",\n    \"minor\":\"2\"\n  }", "\"1.2\"", "preferenceVersion is NULL"},
     {"major", "main", "majorVersion is NULL"},
@@ -258,6 +278,10 @@ TEST_F(AppPrefListRestoreTest, PreferencesThatAreNoArrayAreRefused) {
   expectRefused(R"({"appPreferenceCrc":"1","funcId":"A012","preferenceVersion":{"major":"1","minor":"2"},)"
                 R"("preference":{"a":1}})",
                 {"AppPrefList is NULL"});
+}
+
+TEST_F(AppPrefListRestoreTest, MajorVersionsAreComparedAsTexts) {
+  expectRefused(savedForm(replaced(otherDay(), R"("major": "1")", R"("major": "01")")), {"Major Version ERROR"});
 }
 
 TEST_F(AppPrefListRestoreTest, OtherMajorVersionIsRefused) {
@@ -326,11 +350,17 @@ TEST_F(AppPrefListRestoreTest, ItemOfAnotherTypeIsNotCarriedOver) {
 TEST_F(AppPrefListRestoreTest, RefusedValueStopsTheRestoreAndWritesNothing) {
   // 1024 bytes may stand in a file, but not be set by text.
   const std::string json = replaced(otherDay(), "front door", std::string(1024, 'x'));
-  const int result = restore(savedForm(json));
-  EXPECT_NE(result, kOk);
-  EXPECT_NE(result, kRefused);
+  EXPECT_EQ(restore(savedForm(json)), kInvalidParameter);
   EXPECT_EQ(m_changed, Names{"integer"});
   EXPECT_EQ(valueOf("string"), "front door");
+  EXPECT_EQ(valueOf("enumeration"), "off");
+  EXPECT_EQ(readText(kPrefPath), allTypesJson());
+}
+
+TEST_F(AppPrefListRestoreTest, RefusedValueOfAnotherMinorVersionStopsTheRestoreToo) {
+  const std::string json = replaced(otherDay(), "front door", std::string(1024, 'x'));
+  EXPECT_EQ(restore(savedForm(withMinor(json, "3"))), kInvalidParameter);
+  EXPECT_EQ(m_changed, Names{"integer"});
   EXPECT_EQ(valueOf("enumeration"), "off");
   EXPECT_EQ(readText(kPrefPath), allTypesJson());
 }
