@@ -5,7 +5,7 @@
 // goes into the command lines unquoted and they are cut at 255 characters: give at most 200 plain characters (letters,
 // digits, '.', '-', '_').
 //
-// Threads: can be called on any thread. The commands block the caller; they need a stack of ordinary size.
+// Threads: can be called on any thread, a worker's job included. The commands block the caller.
 #ifndef KELP_FILE_KELP_DEBUG_H
 #define KELP_FILE_KELP_DEBUG_H
 

@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "KelpDebug.h"
 #include "SysFunc.h"
 #include "WorkerThreadService.h"
 #include "support/CallFaults.h"
@@ -259,6 +260,26 @@ TEST(WorkerThreadServiceTest, ErrorLineIsLoggedWholeWith4KiBOfTheJobsFramesInUse
   EXPECT_EQ(log.errors(),
             std::vector<KelpTest::LogLine>{KelpTest::errorLine(
                 "SysFunc.cpp", 0, "kelpRename", "ERROR: Can't rename " + from + " to " + to + " errno: 2\n")});
+}
+
+TEST(WorkerThreadServiceTest, CommandsRunWith4KiBOfTheJobsFramesInUse) {
+  const int commands = callCount(Call::System);
+  bool isFrameIntact = true;
+  const LogCapture log;
+  runAsJob([&] {
+    volatile char frame[4096];
+    for (volatile char& byte : frame) {
+      byte = 'f';
+    }
+    KelpDebugGenerateLogFile("x", 0);
+    KelpDebugRemoveLogFile("x");
+    for (volatile char& byte : frame) {
+      isFrameIntact = isFrameIntact && byte == 'f';
+    }
+  });
+  EXPECT_TRUE(isFrameIntact);
+  EXPECT_TRUE(log.lines().empty());
+  EXPECT_EQ(callCount(Call::System), commands + 5);
 }
 
 // --- many requests
