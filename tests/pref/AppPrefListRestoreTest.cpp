@@ -388,6 +388,16 @@ TEST_F(AppPrefListRestoreTest, ItemsAtTheirDefaultAreNotTouched) {
   EXPECT_TRUE(m_changed.empty());
 }
 
+// An enumeration shows that it was set: of equal elements a file means the last, and setting the first.
+TEST_F(AppPrefListRestoreTest, ItemThatHasItsDefaultFromTheFileIsNotSetToIt) {
+  writeText(kPrefPath, fileJson({itemJson("enumeration", "Enumeration", "auto", "auto",
+                                          R"(, "enumerationList": ["auto", "off", "auto"])")}));
+  AppPrefList list(kPrefPath, false, 0);
+  list.setDefaultValue(&m_changed);
+  EXPECT_TRUE(m_changed.empty());
+  EXPECT_EQ(list.getAppPrefEnumeration("enumeration")->getValue(), 2);
+}
+
 std::unique_ptr<AppPref> makePref(const std::string& name, const std::string& type, const std::string& value,
                                   const std::string& defaultValue = "auto",
                                   Kelp::ApiAccessType appAccess = Kelp::ApiAccessType_ReadWrite,
