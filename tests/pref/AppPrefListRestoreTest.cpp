@@ -297,6 +297,10 @@ TEST_F(AppPrefListRestoreTest, ExtraItemOfTheSameMinorVersionIsRefusedSilently) 
   expectRefused(savedForm(withExtraItem()), {});
 }
 
+TEST_F(AppPrefListRestoreTest, MissingItemOfTheSameMinorVersionIsRefusedSilently) {
+  expectRefused(savedForm(fileJson({itemJson("integer", "Integer", "1", "43")})), {});
+}
+
 TEST_F(AppPrefListRestoreTest, ExtraItemOfAnotherMinorVersionIsIgnored) {
   EXPECT_EQ(restore(savedForm(withMinor(withExtraItem(), "3"))), kOk);
   EXPECT_EQ(m_changed, (Names{"integer", "enumeration"}));
