@@ -102,14 +102,15 @@ bool MultiPartParser::parseRequest() {
   if (std::string_view(m_pBuffer, m_size).substr(0, kBoundaryStart.size()) != kBoundaryStart) {
     return false;
   }
+  // Of the line itself: a NUL in it ends the boundary, but makes the line no shorter.
+  if (distance(m_pBuffer, std::find_if(m_pBuffer, end(), isLineEnd)) > kLongestBoundary) {
+    return false;
+  }
   char* const cursor = skipCRLF(m_pBuffer, end());
   if (cursor == nullptr) {
     return false;
   }
   const std::string boundary = m_pBuffer;  // to the NUL that the line has got
-  if (boundary.size() > kLongestBoundary) {
-    return false;
-  }
   return cursor == end() || parseParts(cursor, boundary);
 }
 

@@ -311,6 +311,13 @@ TEST(MultiPartParserTest, BoundaryEndsAtANulByteInItsLine) {
   EXPECT_EQ(getString(*parse(line + "\r\n" + part("a", "1") + kBoundary + "--"), "a"), ok("1"));
 }
 
+TEST(MultiPartParserTest, NulByteMakesABoundaryLineNoShorter) {
+  const std::string rest = "\r\n" + part("a", "1") + kBoundary + "--";
+  const std::string start = kBoundary + std::string(1, '\0');
+  EXPECT_EQ(getString(*parse(start + std::string(127 - start.size(), 't') + rest), "a"), ok("1"));
+  EXPECT_EQ(stateAfter(start + std::string(128 - start.size(), 't') + rest), State::Error);
+}
+
 TEST(MultiPartParserTest, QuotationMarkMayBeANulByte) {
   EXPECT_EQ(getString(*parse(request({kDisposition + std::string(1, '\0') + "a\"\r\n\r\n1\r\n"})), "a"), ok("1"));
 }
@@ -541,7 +548,7 @@ struct Member {
 
 class StepByStep {
  public:
-  explicit StepByStep(const std::string& body) : m_memory(body.begin(), body.end()), m_size(body.size()) {
+  explicit StepByStep(const std::string& body) : m_body(body), m_memory(body.begin(), body.end()), m_size(body.size()) {
     m_memory.resize(body.size() + 300, '\0');
     m_state = run();
   }
@@ -580,7 +587,7 @@ class StepByStep {
       return State::Error;
     }
     char* cursor = cutLine(m_memory.data());
-    if (cursor == nullptr || strlen(m_memory.data()) > 127) {
+    if (cursor == nullptr || m_body.find_first_of("\r\n") > 127) {
       return State::Error;
     }
     char boundary[128];
@@ -631,6 +638,7 @@ class StepByStep {
     return next;
   }
 
+  const std::string m_body;  // as it came
   std::vector<char> m_memory;
   std::size_t m_size;
   std::size_t m_offset = 0;
