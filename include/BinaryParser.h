@@ -5,9 +5,8 @@
 //   code   methodName           fields, by byte                                     members besides
 //   0      updateApplication    4: install id; 8: path of a file with the           installId, applicationPackage
 //                               package as Base64 (string, to the record's end)
-//   3      startApplication     4: install id; 8: process id; 12: arguments         installId, processId, callback,
-//   args
-//                               (string in 256 bytes); 268: callback
+//   3      startApplication     4: install id; 8: process id; 12: arguments         installId, processId,
+//                               (string in 256 bytes); 268: callback                callback, args
 //   4      stopApplication      4: install id; 8: process id; 12: callback          installId, processId, callback
 //   5      initAllData          4: reset code                                       resetCode
 //   6      getApplicationList                                                       none
