@@ -392,6 +392,13 @@ TEST(BinaryParserTest, LineEndsAndBlanksInAPackageAreDropped) {
   EXPECT_EQ(decodedPackage("\r\n \r\n"), ok(""));
 }
 
+// Decoding reads groups of four characters: there has to be memory, of NULs, for the last one.
+TEST(BinaryParserTest, PackageWithoutItsPaddingIsDecodedAsIfItHadSome) {
+  EXPECT_EQ(decodedPackage("TWFuTWE"), ok("ManMa"));
+  EXPECT_EQ(decodedPackage("TWFuTQ"), ok("ManM"));
+  EXPECT_EQ(decodedPackage("T"), ok("L"));
+}
+
 TEST(BinaryParserTest, PackageMayBeFetchedAgain) {
   writeFile(kPackage, "TWFu");
   const auto parser = parse(updateRecord(1, kPackage));
@@ -477,35 +484,7 @@ class RowByRow {
     if (m_record.size() < 4) {
       return {State::Error, {}};
     }
-    switch (wordAt(0)) {
-      case 0:
-        name("updateApplication");
-        number("installId", "%08X", 4);
-        text("applicationPackage", 8, m_record.size());
-        break;
-      case 3:
-        name("startApplication");
-        number("installId", "%08X", 4);
-        number("processId", "%d", 8);
-        number("callback", "%d", 268);
-        text("args", 12, 267);
-        break;
-      case 4:
-        name("stopApplication");
-        number("installId", "%08X", 4);
-        number("processId", "%d", 8);
-        number("callback", "%d", 12);
-        break;
-      case 5:
-        name("initAllData");
-        number("resetCode", "%d", 4);
-        break;
-      case 6:
-        name("getApplicationList");
-        break;
-      default:
-        m_isBad = true;
-    }
+    takeFields(wordAt(0));
     std::size_t total = 0;
     for (const Member& member : m_members) {
       total += member.value.size();
@@ -514,6 +493,33 @@ class RowByRow {
   }
 
  private:
+  void takeFields(uint32_t code) {
+    switch (code) {
+      case 0:
+        name("updateApplication");
+        number("installId", "%08X", 4);
+        return text("applicationPackage", 8, m_record.size());
+      case 3:
+        name("startApplication");
+        number("installId", "%08X", 4);
+        number("processId", "%d", 8);
+        number("callback", "%d", 268);
+        return text("args", 12, 267);
+      case 4:
+        name("stopApplication");
+        number("installId", "%08X", 4);
+        number("processId", "%d", 8);
+        return number("callback", "%d", 12);
+      case 5:
+        name("initAllData");
+        return number("resetCode", "%d", 4);
+      case 6:
+        return name("getApplicationList");
+      default:
+        m_isBad = true;
+    }
+  }
+
   uint32_t wordAt(std::size_t offset) {
     uint32_t value = 0;
     for (std::size_t i = 4; i > 0; --i) {
