@@ -67,9 +67,10 @@ bool ApplicationProcess::start() {
   std::string name = m_appName;
   std::string installId = std::to_string(m_installId);
   std::string execId = std::to_string(m_execId);
+  std::string core = std::to_string(getpid());
   std::string args = m_args;
   char* const last = args.empty() ? nullptr : &args[0];
-  char* const arguments[] = {&program[0], &name[0], &installId[0], &execId[0], last, nullptr};
+  char* const arguments[] = {&program[0], &name[0], &installId[0], &execId[0], &core[0], last, nullptr};
   const SpawnAttributes attributes;
   if (posix_spawn(&m_pid, program.c_str(), nullptr, attributes.get(), arguments, environ) != 0) {
     note("cannot run %s", program.c_str());

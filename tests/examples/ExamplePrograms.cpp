@@ -3,10 +3,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sched.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -46,13 +47,25 @@ std::vector<std::string> environmentWith(const std::vector<std::string>& variabl
   return all;
 }
 
-pid_t spawn(const char* program, const posix_spawn_file_actions_t* actions, const std::vector<std::string>& variables) {
+// A program does not outlive the test that started it, however that ends.
+pid_t spawn(const std::vector<std::string>& command, const std::vector<std::string>& variables, int inputFd = -1,
+            int outputFd = -1) {
+  const std::vector<char*> arguments = pointersTo(command);
   const std::vector<std::string> environment = environmentWith(variables);
-  pid_t pid = -1;
-  EXPECT_EQ(0,
-            posix_spawn(&pid, program, actions, nullptr, pointersTo({program}).data(), pointersTo(environment).data()))
-      << program;
-  return pid;
+  const std::vector<char*> environmentPointers = pointersTo(environment);
+  EXPECT_EQ(0, access(arguments[0], X_OK)) << arguments[0];
+  const pid_t test = getpid();
+  const pid_t pid = fork();
+  if (pid != 0) {
+    EXPECT_NE(-1, pid);
+    return pid;
+  }
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() == test && (inputFd == -1 || dup2(inputFd, STDIN_FILENO) != -1) &&
+      (outputFd == -1 || dup2(outputFd, STDOUT_FILENO) != -1)) {
+    execve(arguments[0], arguments.data(), environmentPointers.data());
+  }
+  _exit(127);
 }
 
 std::string readAll(int fd) {
@@ -118,7 +131,7 @@ void installApplications() {
   }
 }
 
-CoreProcess::CoreProcess(Start start) : m_pid(spawn(KELP_CORE, nullptr, {})) {
+CoreProcess::CoreProcess(Start start) : m_pid(spawn({KELP_CORE}, {})) {
   if (start == Start::Succeeds) {
     EXPECT_TRUE(waitUntil([] { return KelpExample::isFifoRead(FilePathManager::getCoreFifoPath()); }));
   }
@@ -154,18 +167,65 @@ bool CoreProcess::isRunning() const {
   return waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
 }
 
+namespace {
+
+// Waits for its core's end and becomes an application of it.
+[[noreturn]] void becomeOrphanedApplication(pid_t core) {
+  while (getppid() == core) {
+    sched_yield();
+  }
+  const std::vector<std::string> command = {KELP_APPLICATION, "clock", "1", "1", std::to_string(core)};
+  execv(KELP_APPLICATION, pointersTo(command).data());
+  _exit(127);
+}
+
+}  // namespace
+
+// The process between this one and the application ends in the core's place.
+OrphanedApplication::OrphanedApplication() : m_pid(-1), m_waitStatus(0) {
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  int pids[2];
+  EXPECT_EQ(0, pipe2(pids, O_CLOEXEC));
+  const pid_t core = fork();
+  if (core == 0) {
+    const pid_t self = getpid();
+    const pid_t application = fork();
+    if (application == 0) {
+      becomeOrphanedApplication(self);
+    }
+    _exit(write(pids[1], &application, sizeof(application)) == static_cast<ssize_t>(sizeof(application)) ? 0 : 1);
+  }
+  EXPECT_EQ(static_cast<ssize_t>(sizeof(m_pid)), read(pids[0], &m_pid, sizeof(m_pid)));
+  EXPECT_EQ(core, waitpid(core, nullptr, 0));
+  close(pids[0]);
+  close(pids[1]);
+}
+
+OrphanedApplication::~OrphanedApplication() {
+  if (!hasEnded()) {
+    kill(m_pid, SIGKILL);
+    waitpid(m_pid, nullptr, 0);
+  }
+}
+
+bool OrphanedApplication::hasEnded() {
+  if (m_pid != -1 && waitpid(m_pid, &m_waitStatus, WNOHANG) == m_pid) {
+    m_pid = -1;
+  }
+  return m_pid == -1;
+}
+
+int OrphanedApplication::waitStatus() const {
+  return m_waitStatus;
+}
+
 ClientProcess::ClientProcess(const std::string& input, const std::vector<std::string>& variables) {
   signal(SIGPIPE, SIG_IGN);  // a client may refuse to read its input
   int in[2];
   int out[2];
   EXPECT_EQ(0, pipe2(in, O_CLOEXEC));
   EXPECT_EQ(0, pipe2(out, O_CLOEXEC));
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-  m_pid = spawn(KELP_API_CLIENT, &actions, variables);
-  posix_spawn_file_actions_destroy(&actions);
+  m_pid = spawn({KELP_API_CLIENT}, variables, in[0], out[1]);
   close(in[0]);
   close(out[1]);
   for (size_t written = 0; written < input.size();) {

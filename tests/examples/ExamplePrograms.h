@@ -46,6 +46,22 @@ class CoreProcess {
   pid_t m_pid;
 };
 
+// An application whose core has gone before the program runs.
+class OrphanedApplication {
+ public:
+  OrphanedApplication();
+  ~OrphanedApplication();
+  OrphanedApplication(const OrphanedApplication&) = delete;
+  OrphanedApplication& operator=(const OrphanedApplication&) = delete;
+
+  bool hasEnded();
+  int waitStatus() const;  // of waitpid(), when it has ended
+
+ private:
+  pid_t m_pid;
+  int m_waitStatus;
+};
+
 struct ClientReply {
   int exitStatus;  // of waitpid()
   int httpStatus;  // 0 when the reply has none

@@ -397,6 +397,13 @@ TEST_F(ProgramsTest, AnApplicationEndsWithACoreThatCrashes) {
   EXPECT_TRUE(waitUntil([] { return filesIn(FilePathManager::getCoreTmpPath()).size() == 1; }));  // the core's FIFO
 }
 
+TEST_F(ProgramsTest, AnApplicationWhoseCoreHasGoneBeforeItRunsEndsAtOnce) {
+  OrphanedApplication application;
+  EXPECT_TRUE(waitUntil([&] { return application.hasEnded(); }));
+  EXPECT_EQ(1, WEXITSTATUS(application.waitStatus()));
+  EXPECT_EQ(std::vector<std::string>(), filesIn(FilePathManager::getCoreTmpPath()));
+}
+
 TEST_F(ProgramsTest, AnApplicationWhoseProgramIsMissingIsAFault) {
   ASSERT_EQ(0, unlink((FilePathManager::getAppBinPath("clock") + "/application").c_str()));
   CoreProcess core;

@@ -66,11 +66,13 @@ DescriptorShortage::~DescriptorShortage() {
   setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-ChildProcess::ChildProcess(const std::function<int()>& body) : m_pid(fork()), m_isReaped(false), m_result(-1) {
+ChildProcess::ChildProcess(const std::function<int()>& body) : m_pid(-1), m_isReaped(false), m_result(-1) {
+  const pid_t parent = getpid();
+  m_pid = fork();
   if (m_pid == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     alarm(kChildSeconds);
-    _exit(body());
+    _exit(getppid() == parent ? body() : EXIT_FAILURE);
   }
 }
 
