@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Base64EncDec.h"
+#include "support/Base64Reference.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
 
@@ -21,6 +22,10 @@ using Kelp::CommonReturnCode_InvalidParameter;
 using Kelp::CommonReturnCode_InvalidProtocol;
 using Kelp::CommonReturnCode_Ok;
 using Kelp::CommonReturnCode_t;
+using KelpTest::decodedCharByChar;
+using KelpTest::Decoding;
+using KelpTest::encodedBitByBit;
+using KelpTest::kBase64Tokens;
 
 constexpr unsigned int kUntouched = 0xABCDEF01;
 constexpr unsigned int kUnlimited = std::numeric_limits<unsigned int>::max();
@@ -39,66 +44,6 @@ std::string randomBytes(std::mt19937& random, std::size_t size) {
     byte = static_cast<char>(random());
   }
   return bytes;
-}
-
-// --- A second opinion: bit by bit and character by character, without tables or blocks.
-
-const std::string kTokens("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/ \f\t\n\r\v=");
-
-std::string encodedBitByBit(const std::string& data) {
-  std::string bits;
-  for (const char byte : data) {
-    for (int bit = 7; bit >= 0; --bit) {
-      bits += ((static_cast<unsigned char>(byte) >> bit) & 1) != 0 ? '1' : '0';
-    }
-  }
-  bits.resize((bits.size() + 5) / 6 * 6, '0');
-  std::string text;
-  for (std::size_t i = 0; i < bits.size(); i += 6) {
-    text += kTokens[std::stoul(bits.substr(i, 6), nullptr, 2)];
-  }
-  text.resize((text.size() + 3) / 4 * 4, '=');
-  return text;
-}
-
-struct Decoding {
-  CommonReturnCode_t result;
-  std::string data;  // what stands decoded
-  std::string text;  // the input afterwards
-};
-
-// `text` reaches up to a multiple of 4; `length` is what the caller says. In place, the data goes over the text.
-Decoding decodedCharByChar(std::string text, std::size_t length, std::size_t room, bool inPlace) {
-  std::string data;
-  std::size_t next = 0;
-  for (std::size_t group = 0; group < (length + 3) / 4; ++group) {
-    std::string characters;
-    while (characters.size() < 4 && text[next] != '\0' && text[next] != '#') {
-      text[next] = text[next] == '_' ? '/' : text[next] == '-' ? '+' : text[next];
-      if (kTokens.find(text[next]) == std::string::npos) {
-        return {CommonReturnCode_InvalidProtocol, data, text};
-      }
-      characters += text[next++];
-    }
-    characters.resize(4, '=');
-    unsigned long bits = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-      bits += characters[i] == '=' ? 0 : kTokens.find(characters[i]) << (18 - 6 * i);
-    }
-    bits = characters[0] == '=' ? 0 : bits;
-    const bool isOne = characters[0] == '=' || characters[1] == '=' || characters[2] == '=';
-    const std::size_t count = isOne ? 1 : characters[3] == '=' ? 2 : 3;
-    for (std::size_t i = 0; i < count; ++i) {
-      if (data.size() == room) {
-        return {CommonReturnCode_InvalidParameter, data, text};
-      }
-      data += static_cast<char>(bits >> (16 - 8 * i));
-      if (inPlace) {
-        text[data.size() - 1] = data.back();
-      }
-    }
-  }
-  return {CommonReturnCode_Ok, data, text};
 }
 
 // --- The codec itself, in blocks that end where they may end at the earliest, so that ASan sees every access beyond.
@@ -413,7 +358,7 @@ TEST(Base64EncDecTest, NulAndHashEndTheInput) {
 TEST(Base64EncDecTest, CharacterOutsideTheTableIsAnInvalidProtocol) {
   for (int character = 1; character < 256; ++character) {
     const std::string text = std::string("TWFuTW") + static_cast<char>(character) + "u";
-    const bool isKnown = kTokens.find(static_cast<char>(character)) != std::string::npos ||
+    const bool isKnown = std::string(kBase64Tokens).find(static_cast<char>(character)) != std::string::npos ||
                          std::string("-_#").find(static_cast<char>(character)) != std::string::npos;
     const Decoding decoding = decodeInPlace(text, text.size());
     EXPECT_EQ(decoding.result, isKnown ? CommonReturnCode_Ok : CommonReturnCode_InvalidProtocol) << character;
@@ -490,10 +435,10 @@ TEST(Base64EncDecTest, EveryCharacterAtEveryPlaceDecodesAsCharacterByCharacter) 
 }
 
 std::string randomText(std::mt19937& random, std::size_t size, unsigned int oddPercent) {
-  const std::string odd = kTokens.substr(64) + "====-_-_##" + std::string(3, '\0') + "?\x80\xFF";
+  const std::string odd = std::string(kBase64Tokens + 64) + "====-_-_##" + std::string(3, '\0') + "?\x80\xFF";
   std::string text(size, '\0');
   for (char& character : text) {
-    character = random() % 100 < oddPercent ? odd[random() % odd.size()] : kTokens[random() % 64];
+    character = random() % 100 < oddPercent ? odd[random() % odd.size()] : kBase64Tokens[random() % 64];
   }
   return text;
 }

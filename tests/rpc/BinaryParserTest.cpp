@@ -15,6 +15,7 @@
 #include "BinaryParser.h"
 #include "RequestDecoder.h"
 #include "SysFunc.h"
+#include "support/BinaryRecordReference.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
 #include "support/ObjectType.h"
@@ -27,6 +28,7 @@ using Kelp::CommonReturnCode_InvalidProtocol;
 using Kelp::CommonReturnCode_IoError;
 using Kelp::CommonReturnCode_NotEnoughMemory;
 using Kelp::CommonReturnCode_Ok;
+using KelpTest::BinaryRecordReference;
 using KelpTest::Call;
 using KelpTest::CallFault;
 using KelpTest::errorLine;
@@ -43,6 +45,7 @@ using KelpTest::LogCapture;
 using KelpTest::LogLine;
 using KelpTest::ok;
 using KelpTest::readFile;
+using KelpTest::RequestMember;
 using KelpTest::State;
 using KelpTest::stateOf;
 using KelpTest::Text;
@@ -469,108 +472,22 @@ TEST(BinaryParserTest, PackageThatMemoryDoesNotHoldIsNotEnoughMemory) {
   EXPECT_EQ(getFile(*parser, "applicationPackage"), failed(CommonReturnCode_NotEnoughMemory));
 }
 
-// --- A second opinion: the record's table row by row, with the C library's formatter.
-
-struct Expected {
-  State state;
-  std::vector<Member> members;
-};
-
-class RowByRow {
- public:
-  explicit RowByRow(std::string record) : m_record(std::move(record)) {}
-
-  Expected run() {
-    if (m_record.size() < 4) {
-      return {State::Error, {}};
-    }
-    takeFields(wordAt(0));
-    std::size_t total = 0;
-    for (const Member& member : m_members) {
-      total += member.value.size();
-    }
-    return {m_isBad || total >= 512 ? State::Error : State::Done, m_members};
-  }
-
- private:
-  void takeFields(uint32_t code) {
-    switch (code) {
-      case 0:
-        name("updateApplication");
-        number("installId", "%08X", 4);
-        return text("applicationPackage", 8, m_record.size());
-      case 3:
-        name("startApplication");
-        number("installId", "%08X", 4);
-        number("processId", "%d", 8);
-        number("callback", "%d", 268);
-        return text("args", 12, 267);
-      case 4:
-        name("stopApplication");
-        number("installId", "%08X", 4);
-        number("processId", "%d", 8);
-        return number("callback", "%d", 12);
-      case 5:
-        name("initAllData");
-        return number("resetCode", "%d", 4);
-      case 6:
-        return name("getApplicationList");
-      default:
-        m_isBad = true;
-    }
-  }
-
-  uint32_t wordAt(std::size_t offset) {
-    uint32_t value = 0;
-    for (std::size_t i = 4; i > 0; --i) {
-      value = value << 8 | static_cast<unsigned char>(m_record[offset + i - 1]);
-    }
-    return value;
-  }
-
-  void name(const char* method) { m_members.push_back({"methodName", method}); }
-
-  void number(const char* member, const std::string& format, std::size_t offset) {
-    if (m_record.size() < offset + 4) {
-      m_isBad = true;
-      return;
-    }
-    char formatted[32];
-    if (format == "%d") {
-      snprintf(formatted, sizeof(formatted), "%d", static_cast<int>(wordAt(offset)));
-    } else {
-      snprintf(formatted, sizeof(formatted), "%08X", wordAt(offset));
-    }
-    m_members.push_back({member, formatted});
-  }
-
-  // A NUL has to stand at `last` or before; the file's end is as good.
-  void text(const char* member, std::size_t offset, std::size_t last) {
-    const std::size_t end = (m_record + kNul).find('\0', offset);
-    if (offset > m_record.size() || end > last) {
-      m_isBad = true;
-      return;
-    }
-    m_members.push_back({member, m_record.substr(offset, end - offset)});
-  }
-
-  std::string m_record;
-  bool m_isBad = false;
-  std::vector<Member> m_members;
-};
+// --- A second opinion
 
 void expectParsesAsRowByRow(const std::string& record) {
-  const Expected expected = RowByRow(record).run();
+  const BinaryRecordReference expected(record);
   const auto parser = parse(record);
-  ASSERT_EQ(stateOf(*parser), expected.state) << testing::PrintToString(record);
-  if (expected.state == State::Error) {
+  ASSERT_EQ(stateOf(*parser), expected.state()) << testing::PrintToString(record);
+  if (expected.state() == State::Error) {
     ASSERT_EQ(getString(*parser, "methodName"), invalid());
     return;
   }
-  expectMembers(*parser, expected.members);
-  for (const Member& member : expected.members) {
+  std::vector<Member> members;
+  for (const RequestMember& member : expected.members()) {
+    members.push_back({member.name, member.value});
     ASSERT_EQ(getString(*parser, member.name), member.value.empty() ? invalid() : ok(member.value));
   }
+  expectMembers(*parser, members);
   ASSERT_FALSE(testing::Test::HasFailure()) << testing::PrintToString(record);
 }
 
@@ -606,7 +523,7 @@ TEST(BinaryParserTest, WellFormedRecordsParseAsRowByRow) {
   std::mt19937 random(1);
   for (int i = 0; i < 10000; ++i) {
     const std::string record = wellFormed(random);
-    ASSERT_EQ(RowByRow(record).run().state, State::Done) << testing::PrintToString(record);
+    ASSERT_EQ(BinaryRecordReference(record).state(), State::Done) << testing::PrintToString(record);
     expectParsesAsRowByRow(record);
     ASSERT_FALSE(HasFailure());
   }
@@ -624,7 +541,7 @@ TEST(BinaryParserTest, HostileRecordsParseAsRowByRow) {
     record.resize(random() % 20 == 0 ? random() % 4 : record.size());
     expectParsesAsRowByRow(record);
     ASSERT_FALSE(HasFailure());
-    bad += RowByRow(record).run().state == State::Error ? 1 : 0;
+    bad += BinaryRecordReference(record).state() == State::Error ? 1 : 0;
   }
   EXPECT_GT(bad, 2000);
   EXPECT_LT(bad, 8000);

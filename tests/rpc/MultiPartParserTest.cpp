@@ -16,6 +16,7 @@
 #include "SysFunc.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "support/MultiPartReference.h"
 #include "support/ObjectType.h"
 #include "tests/rpc/ParserTests.h"
 
@@ -42,8 +43,10 @@ using KelpTest::kRequest;
 using KelpTest::kUntouched;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
+using KelpTest::MultiPartReference;
 using KelpTest::ok;
 using KelpTest::readFile;
+using KelpTest::RequestMember;
 using KelpTest::State;
 using KelpTest::stateOf;
 using KelpTest::Text;
@@ -538,132 +541,28 @@ TEST(MultiPartParserTest, FileThatCannotBeWrittenIsAnIoError) {
   EXPECT_EQ(fault.hits(), 1);
 }
 
-// --- A second opinion: the steps one by one, with the C library's string functions, in memory that a NUL ends.
+// --- A second opinion
 
-struct Member {
-  std::string name;
-  std::size_t offset;
-  std::string value;
-};
-
-class StepByStep {
- public:
-  explicit StepByStep(const std::string& body) : m_body(body), m_memory(body.begin(), body.end()), m_size(body.size()) {
-    m_memory.resize(body.size() + 300, '\0');
-    m_state = run();
-  }
-
-  State state() const { return m_state; }
-  const std::vector<Member>& members() const { return m_members; }
-
-  // What getBinaryData() makes of a member, and it is made in place here too.
-  Text decode(const Member& member) {
-    unsigned int size = 0;
-    char* const text = m_memory.data() + member.offset;
-    const auto length = static_cast<unsigned int>(member.value.size());
-    return Kelp::Base64EncDec().getBase64(text, length, size) == CommonReturnCode_Ok ? ok({text, size}) : invalid();
-  }
-
- private:
-  char* end() { return m_memory.data() + m_size; }
-
-  char* cutLine(char* from) {
-    while (from != end() && *from != '\r' && *from != '\n') {
-      ++from;
-    }
-    if (from == end()) {
-      return nullptr;
-    }
-    const bool isPair = (from[0] == '\r' && from[1] == '\n') || (from[0] == '\n' && from[1] == '\r');
-    *from++ = '\0';
-    if (isPair) {
-      *from++ = '\0';
-    }
-    return from;
-  }
-
-  State run() {
-    if (strncmp(m_memory.data(), "--", 2) != 0) {
-      return State::Error;
-    }
-    char* cursor = cutLine(m_memory.data());
-    if (cursor == nullptr || m_body.find_first_of("\r\n") > 127) {
-      return State::Error;
-    }
-    char boundary[128];
-    strcpy(boundary, m_memory.data());
-    if (cursor >= end()) {
-      return State::Done;
-    }
-    while (cursor[strlen(boundary)] != '-') {
-      cursor = takePart(cursor, boundary);
-      if (cursor == nullptr) {
-        return State::Error;
-      }
-      cursor = strstr(cursor, "--");
-      if (cursor == nullptr) {
-        return State::Error;
-      }
-      if (strstr(cursor, boundary) == nullptr || cursor >= end()) {
-        return State::Done;
-      }
-    }
-    return State::Done;
-  }
-
-  char* takePart(char* cursor, const char* boundary) {
-    char* const disposition = strstr(cursor, "Content-Disposition: form-data; name=");
-    char* const quote = disposition == nullptr ? nullptr : strchr(disposition + 38, '"');
-    if (quote == nullptr) {
-      return nullptr;
-    }
-    *quote = '\0';
-    const std::string name = disposition + 38;
-    char* line = cutLine(quote + 1);
-    while (line != nullptr && *line != '\r' && *line != '\n') {
-      line = cutLine(line);
-    }
-    char* const data = line == nullptr ? nullptr : cutLine(line);
-    char* const next = data == nullptr ? nullptr : strstr(data, boundary);
-    if (next == nullptr) {
-      return nullptr;
-    }
-    const std::size_t offset = m_offset;
-    for (char* byte = data; byte != next; ++byte) {
-      if (*byte != '\r' && *byte != '\n') {
-        m_memory[m_offset++] = *byte;
-      }
-    }
-    m_members.push_back({name, offset, std::string(m_memory.data() + offset, m_offset - offset)});
-    return next;
-  }
-
-  const std::string m_body;  // as it came
-  std::vector<char> m_memory;
-  std::size_t m_size;
-  std::size_t m_offset = 0;
-  std::vector<Member> m_members;
-  State m_state;
-};
-
-const Member& firstNamed(const std::vector<Member>& members, const std::string& name) {
-  return *std::find_if(members.begin(), members.end(), [&](const Member& member) { return member.name == name; });
+// What getBinaryData() is to give of a member that it decodes.
+Text decoded(MultiPartReference& reference, const RequestMember& member) {
+  const KelpTest::Decoding decoding = reference.decode(member);
+  return decoding.result == CommonReturnCode_Ok ? ok(decoding.data) : invalid();
 }
 
 void expectEqual(MultiPartParser& parser, const std::string& body) {
-  StepByStep expected(body);
+  MultiPartReference expected(body);
   ASSERT_EQ(stateOf(parser), expected.state()) << testing::PrintToString(body);
-  for (const Member& member : expected.members()) {
-    const Member& first = firstNamed(expected.members(), member.name);
+  for (const RequestMember& member : expected.members()) {
+    const RequestMember& first = firstNamed(expected.members(), member.name);
     long offset = -1;
     ASSERT_EQ(parser.getMemberInfo(member.name, offset), first.value.size()) << testing::PrintToString(body);
     ASSERT_EQ(offset, static_cast<long>(first.offset)) << testing::PrintToString(body);
     ASSERT_EQ(getRaw(parser, member.name), first.value) << testing::PrintToString(body);
   }
-  for (const Member& member : expected.members()) {
+  for (const RequestMember& member : expected.members()) {
     if (expected.state() == State::Done && &member == &firstNamed(expected.members(), member.name)) {
       // The text's last group may take bytes from behind the member: these have to be the same too.
-      ASSERT_EQ(getData(parser, member.name), member.value.empty() ? ok("") : expected.decode(member))
+      ASSERT_EQ(getData(parser, member.name), member.value.empty() ? ok("") : decoded(expected, member))
           << testing::PrintToString(body);
     }
   }
@@ -690,7 +589,7 @@ std::string randomBoundary(std::mt19937& random) {
 
 struct WellFormed {
   std::string body;
-  std::vector<Member> members;
+  std::vector<RequestMember> members;
 };
 
 // As clients write it, here and there with headers before and behind the name, and Base64 in lines.
@@ -729,7 +628,7 @@ TEST(MultiPartParserTest, WellFormedRequestsParseAsStepByStepAndAsTheyWereWritte
       continue;  // the byte before the first part
     }
     ++complete;
-    for (const Member& member : form.members) {
+    for (const RequestMember& member : form.members) {
       ASSERT_EQ(getRaw(*parser, member.name), member.value) << testing::PrintToString(form.body);
     }
   }
@@ -801,7 +700,7 @@ TEST(MultiPartParserTest, HostileRequestsParseAsStepByStep) {
     const std::string body = i % 2 == 0 ? scrambled(random, boundary) : damaged(random);
     expectParsesAsStepByStep(body);
     ASSERT_FALSE(HasFatalFailure());
-    const StepByStep steps(body);
+    const MultiPartReference steps(body);
     bad += steps.state() == State::Error ? 1 : 0;
     withMembers += steps.state() == State::Done && !steps.members().empty() ? 1 : 0;
   }

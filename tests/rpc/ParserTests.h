@@ -3,7 +3,6 @@
 #define KELP_TESTS_RPC_PARSER_TESTS_H
 
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <cstddef>
 #include <memory>
@@ -13,6 +12,7 @@
 
 #include "RpcParser.h"
 #include "SysFunc.h"
+#include "support/ParsedRequest.h"
 
 namespace KelpTest {
 
@@ -64,17 +64,6 @@ std::string getRaw(const Parser& parser, const std::string& name) {
   const std::string raw(value, size);
   Kelp::SysFunc::kelpFree(value);
   return raw;
-}
-
-// What a parser has come to. Its getters alone cannot tell a request without members from a bad one.
-enum State { Init = 0, Done = 1, Error = 2 };
-
-// The state is the parser's first field.
-template <typename Parser>
-State stateOf(const Parser& parser) {
-  int state = -1;
-  memcpy(&state, reinterpret_cast<const char*>(&parser) + sizeof(Kelp::RpcParser), sizeof(state));
-  return static_cast<State>(state);
 }
 
 void expectEveryGetterAnswersInvalidProtocol(Kelp::RpcParser& parser, const std::string& name);

@@ -20,6 +20,7 @@
 #include "SysFunc.h"
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
+#include "support/QueryStringReference.h"
 #include "tests/rpc/ParserTests.h"
 
 namespace {
@@ -48,7 +49,9 @@ using KelpTest::LogCapture;
 using KelpTest::LogLine;
 using KelpTest::ok;
 using KelpTest::openDescriptors;
+using KelpTest::QueryStringReference;
 using KelpTest::readFile;
+using KelpTest::RequestMember;
 using KelpTest::Text;
 using KelpTest::writeFile;
 
@@ -527,81 +530,12 @@ TEST(QueryStringParserTest, FullDiskIsAnIoError) {
   EXPECT_EQ(parse("d=TWFu")->getBinaryData("d", std::string("/dev/full")), CommonReturnCode_IoError);
 }
 
-// --- A second opinion: the grammar step by step, with the C library's scanner.
+// --- A second opinion
 
-struct Member {
-  std::string name;
-  std::size_t offset;
-  std::string value;
-};
-
-class StepByStep {
- public:
-  explicit StepByStep(std::string body) : m_body(std::move(body)) {}
-
-  std::vector<Member> members() {
-    std::vector<Member> members;
-    std::size_t offset = 0;
-    while (m_next < m_body.size()) {
-      const std::string name = takeName();
-      const std::string value = takeValue();
-      members.push_back({name, offset, value});
-      offset += value.size();
-    }
-    return members;
-  }
-
- private:
-  char takeCharacter() {
-    const char character = m_body[m_next++];
-    if (character == '%') {
-      const std::string pair = m_body.substr(m_next, 2);
-      m_next += pair.size();
-      return scanned(pair.c_str());
-    }
-    return character == '+' ? ' ' : character;
-  }
-
-  std::string takeName() {
-    std::string name;
-    while (m_next < m_body.size()) {
-      const char character = takeCharacter();
-      if (character == '=') {
-        break;
-      }
-      name += character;
-    }
-    return name;
-  }
-
-  std::string takeValue() {
-    std::string value;
-    while (m_next < m_body.size()) {
-      const char raw = m_body[m_next];
-      if (raw == '&') {
-        ++m_next;
-        break;
-      }
-      if (raw == '\r' || raw == '\n') {
-        ++m_next;
-        continue;
-      }
-      value += takeCharacter();
-    }
-    return value;
-  }
-
-  std::string m_body;
-  std::size_t m_next = 0;
-};
-
-const Member& firstNamed(const std::vector<Member>& members, const std::string& name) {
-  return *std::find_if(members.begin(), members.end(), [&](const Member& member) { return member.name == name; });
-}
-
-void expectHoldsMembers(const QueryStringParser& parser, const std::vector<Member>& members, const std::string& body) {
-  for (const Member& member : members) {
-    const Member& first = firstNamed(members, member.name);
+void expectHoldsMembers(const QueryStringParser& parser, const std::vector<RequestMember>& members,
+                        const std::string& body) {
+  for (const RequestMember& member : members) {
+    const RequestMember& first = firstNamed(members, member.name);
     long offset = -1;
     ASSERT_EQ(parser.getMemberInfo(member.name, offset), first.value.size()) << testing::PrintToString(body);
     ASSERT_EQ(offset, static_cast<long>(first.offset)) << testing::PrintToString(body);
@@ -611,7 +545,7 @@ void expectHoldsMembers(const QueryStringParser& parser, const std::vector<Membe
 
 void expectParsesAsStepByStep(const std::string& body) {
   const auto parser = parse(body);
-  expectHoldsMembers(*parser, StepByStep(body).members(), body);
+  expectHoldsMembers(*parser, QueryStringReference(body).members(), body);
 }
 
 std::string escaped(char character) {
@@ -717,7 +651,7 @@ TEST(QueryStringParserTest, NameValueAndEscapeMayEndWithThePage) {
         const std::string head = std::string(shift, 'a') + join;
         const std::string body = head + std::string(kPage - head.size() - tail.size(), 'A') + tail;
         const GuardedRequest request(body);
-        expectHoldsMembers(request.parser(), StepByStep(body).members(), body);
+        expectHoldsMembers(request.parser(), QueryStringReference(body).members(), body);
         ASSERT_FALSE(HasFatalFailure()) << head << " and " << tail;
       }
     }
