@@ -66,13 +66,14 @@ bool writeToDisk(const std::string& path, const std::string& text) {
   return file.write(text.data(), size) == size && fsync(file.getFd()) == 0;
 }
 
-// Whatever happens, the old or the new file is at the path, and is whole.
+// Whatever happens, the old or the new file is at the path, and is whole; after success it is the new one.
 Kelp::CommonReturnCode_t replaceFile(const std::string& path, const std::string& text) {
   const std::string newPath = path + "~";
   if (!writeToDisk(newPath, text) || Kelp::SysFunc::kelpRename(newPath, path) != Kelp::CommonReturnCode_Ok) {
     unlink(newPath.c_str());
     return Kelp::CommonReturnCode_IoError;
   }
+  sync();  // the new name, and the directories where they are new too
   return Kelp::CommonReturnCode_Ok;
 }
 

@@ -48,7 +48,9 @@ Kelp::CommonReturnCode_t PackageJob::putInPlace(const std::string& fromPath) con
   if (fsync(file.getFd()) != 0 && errno != EINVAL) {
     return Kelp::CommonReturnCode_IoError;
   }
-  return Kelp::SysFunc::kelpRename(fromPath, m_packagePath);
+  const Kelp::CommonReturnCode_t code = Kelp::SysFunc::kelpRename(fromPath, m_packagePath);
+  sync();  // the new name, and the directory where it is new too
+  return code;
 }
 
 }  // namespace KelpExample

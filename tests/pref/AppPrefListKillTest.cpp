@@ -1,10 +1,5 @@
-#include <errno.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <string.h>
-#include <sys/ptrace.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,18 +10,19 @@
 #include "pref/PrefFiles.h"
 #include "support/FileStatus.h"
 #include "support/TextFile.h"
+#include "support/TracedProcess.h"
 
 namespace {
 
 using Kelp::AppPrefList;
 using KelpTest::allTypesJson;
+using KelpTest::isTracingPermitted;
 using KelpTest::kAllTypesWritten;
 using KelpTest::kPrefPath;
 using KelpTest::readText;
+using KelpTest::TracedProcess;
 using KelpTest::writeText;
 
-constexpr int kNotPermitted = 77;
-constexpr int kSyscallStop = SIGTRAP | 0x80;
 constexpr char kSource[] = "/tmp/source.json";
 
 // The system calls that rename a file.
@@ -44,84 +40,35 @@ bool isRename(long call) {
   return call == SYS_renameat2;
 }
 
-// A child process that writes the list and stops at the entry and at the exit of each of its system calls.
+// A child process that writes the list and stops at each of its system calls.
 class Writer {
  public:
-  explicit Writer(const AppPrefList& list) : m_pid(fork()), m_status(0), m_call(-1), m_isEntry(false), m_renames(0) {
-    if (m_pid == 0) {
-      write(list);
-    }
-    waitpid(m_pid, &m_status, 0);
-    if (WIFSTOPPED(m_status)) {
-      ptrace(PTRACE_SETOPTIONS, m_pid, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
-    }
-  }
-
-  ~Writer() {
-    if (WIFSTOPPED(m_status)) {
-      killIt();
-    }
-  }
-
-  Writer(const Writer&) = delete;
-  Writer& operator=(const Writer&) = delete;
-
-  bool isPermitted() const { return !WIFEXITED(m_status) || WEXITSTATUS(m_status) != kNotPermitted; }
+  explicit Writer(const AppPrefList& list) : m_process([&] { return list.writeFile(kPrefPath); }), m_renames(0) {}
 
   // Lets it run to its next entry or exit of a system call. False when it has ended instead.
   bool runToNextStop() {
-    int signal = 0;
-    do {
-      ptrace(PTRACE_SYSCALL, m_pid, nullptr, signal);
-      waitpid(m_pid, &m_status, 0);
-      signal = WIFSTOPPED(m_status) && WSTOPSIG(m_status) != kSyscallStop ? WSTOPSIG(m_status) : 0;
-    } while (signal != 0);
-    if (!WIFSTOPPED(m_status)) {
+    if (!m_process.runToNextStop()) {
       return false;
     }
-    noteStop();
+    if (!m_process.isEntry() && isRename(m_process.call()) && m_process.result() == 0) {
+      ++m_renames;
+    }
     return true;
   }
 
-  // The system call at whose entry or exit it stands.
-  long call() const { return m_call; }
-  bool isEntry() const { return m_isEntry; }
+  long call() const { return m_process.call(); }
+  bool isEntry() const { return m_process.isEntry(); }
 
   // Whether it has renamed a file.
   bool hasRenamed() const { return m_renames > 0; }
 
-  void killIt() {
-    kill(m_pid, SIGKILL);
-    waitpid(m_pid, &m_status, 0);
-  }
+  void killIt() { m_process.killIt(); }
 
   // Whether writeFile() came to its end and returned 0.
-  bool hasWritten() const { return WIFEXITED(m_status) && WEXITSTATUS(m_status) == 0; }
+  bool hasWritten() const { return m_process.hasSucceeded(); }
 
  private:
-  [[noreturn]] static void write(const AppPrefList& list) {
-    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
-      _exit(kNotPermitted);
-    }
-    raise(SIGSTOP);
-    _exit(list.writeFile(kPrefPath));
-  }
-
-  void noteStop() {
-    __ptrace_syscall_info info = {};
-    ptrace(PTRACE_GET_SYSCALL_INFO, m_pid, reinterpret_cast<void*>(sizeof info), &info);
-    m_isEntry = info.op == PTRACE_SYSCALL_INFO_ENTRY;
-    if (m_isEntry) {
-      m_call = static_cast<long>(info.entry.nr);
-    } else if (isRename(m_call) && info.exit.rval == 0) {
-      ++m_renames;
-    }
-  }
-
-  pid_t m_pid;
-  int m_status;
-  long m_call;  // -1 before the first entry
-  bool m_isEntry;
+  TracedProcess m_process;
   int m_renames;
 };
 
@@ -201,10 +148,6 @@ void expectNextProcessWorks() {
   EXPECT_FALSE(KelpTest::exists(std::string(kPrefPath) + "~"));
 }
 
-bool isTracingPermitted(const AppPrefList& list) {
-  return Writer(list).isPermitted();
-}
-
 #if defined(SYS_rename) && defined(SYS_chmod)
 const std::vector<long> kSteps = {SYS_openat, SYS_write, SYS_close, SYS_sync, SYS_rename, SYS_chmod, SYS_sync};
 #else
@@ -218,7 +161,7 @@ bool isStep(long call) {
 TEST(AppPrefListKillTest, KilledAtAnySystemCallAWriteLeavesTheWholeOldOrTheWholeNewFile) {
   const std::string oldText = makeOldFile();
   const AppPrefList list = loadNewList();
-  if (!isTracingPermitted(list)) {
+  if (!isTracingPermitted()) {
     GTEST_SKIP() << "a process may not trace its own child here";
   }
   const std::vector<Stop> stops = recordStops(list);
@@ -233,7 +176,7 @@ TEST(AppPrefListKillTest, KilledAtAnySystemCallAWriteLeavesTheWholeOldOrTheWhole
 TEST(AppPrefListKillTest, StepsOfAWriteComeInTheirOrder) {
   makeOldFile();
   const AppPrefList list = loadNewList();
-  if (!isTracingPermitted(list)) {
+  if (!isTracingPermitted()) {
     GTEST_SKIP() << "a process may not trace its own child here";
   }
   std::vector<long> entered;
