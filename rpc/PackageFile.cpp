@@ -60,7 +60,7 @@ CommonReturnCode_t decodePackage(const std::string& source, const std::string& d
   if (!readWhole(source, text.get(), static_cast<std::size_t>(size))) {
     return CommonReturnCode_IoError;
   }
-  const char* const end = packText(text.get(), text.get() + size, text.get(), "\r\n ");
+  const char* const end = packText(text.get(), text.get() + size, text.get(), "\n\r ");
   unsigned int decodedSize = 0;
   const CommonReturnCode_t result =
       Base64EncDec().getBase64(text.get(), static_cast<unsigned int>(end - text.get()), decodedSize);

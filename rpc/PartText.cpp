@@ -50,7 +50,7 @@ char* packPart(char* from, char* end, const std::string& boundary, char*& out) {
     if (hasNul(from, stop)) {
       return nullptr;
     }
-    out = packText(from, stop, out, "\r\n");
+    out = packText(from, stop, out, "\n\r");
     if (next != nullptr) {
       return next;
     }

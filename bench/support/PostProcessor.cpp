@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <string.h>
@@ -16,6 +17,8 @@ namespace KelpBench {
 namespace {
 
 constexpr std::size_t kPiece = 65536;
+constexpr int kSmallBlock = 128 * 1024;  // what glibc starts with: larger blocks come from the kernel and go back to it
+constexpr int kLargeBlock = 32 * 1024 * 1024;
 
 // Called when the headers are in. The body never comes, so that the connection stays as it is.
 MHD_Result keepConnection(void* connection, MHD_Connection* arrived, const char* /*url*/, const char* /*method*/,
@@ -37,6 +40,11 @@ MHD_Result keepValue(void* values, MHD_ValueKind /*kind*/, const char* /*key*/, 
     data = lineFeed == nullptr ? end : lineFeed + 1;
   }
   return MHD_YES;
+}
+
+void setKeptBlocks(ValueMemory memory) {
+  const int size = memory == ValueMemory::Fresh ? kSmallBlock : kLargeBlock;
+  require(mallopt(M_MMAP_THRESHOLD, size) == 1 && mallopt(M_TRIM_THRESHOLD, size) == 1, "mallopt");
 }
 
 sockaddr_in loopback(uint16_t port) {
@@ -75,7 +83,8 @@ PostProcessor::~PostProcessor() {
   MHD_stop_daemon(m_pDaemon);
 }
 
-std::size_t PostProcessor::run(const std::string& filePath) {
+std::size_t PostProcessor::run(const std::string& filePath, ValueMemory memory) {
+  setKeptBlocks(memory);
   const int fd = open(filePath.c_str(), O_RDONLY | O_CLOEXEC);
   struct stat status;
   require(fd != -1 && fstat(fd, &status) == 0, "open and fstat");
