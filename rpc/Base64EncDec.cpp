@@ -23,47 +23,34 @@ constexpr const char* base64TableForNameTokens =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/ \f\t\n\r\v=";
 constexpr std::uint32_t kPadding = 70;  // the position of '='
 
-// Two characters for each 12 bits.
-struct EncodeTable {
-  unsigned char pair[kDigits * kDigits][2];
-};
-
-constexpr EncodeTable makeEncodeTable() {
-  EncodeTable table{};
-  for (unsigned int bits = 0; bits < kDigits * kDigits; ++bits) {
-    table.pair[bits][0] = static_cast<unsigned char>(base64TableForNameTokens[bits / kDigits]);
-    table.pair[bits][1] = static_cast<unsigned char>(base64TableForNameTokens[bits % kDigits]);
-  }
-  return table;
-}
-
-// A digit's value, shifted to each of its four places in a group. kNotDigit marks every other character; the value is
-// then the position in the list of tokens or, for a character outside it, kUnknown.
+// What the decoder makes of a character: a digit's value; for any other, less than zero, its position in the list of
+// tokens minus 128, or kUnknown minus 128. As 32 bits such a value has kNotDigit set, whatever it is shifted by. One
+// byte each, so that the device's small data cache is left to the data.
 constexpr std::uint32_t kNotDigit = 0x80000000;
-constexpr std::uint32_t kUnknown = 0xFF;
+constexpr std::uint32_t kPositionBits = 0x7F;
+constexpr std::uint32_t kUnknown = 0x7F;
 
 struct DecodeTable {
-  std::uint32_t place[kGroupCharacters][256];
+  std::int8_t value[256];
 };
+
+constexpr std::int8_t lessThanZero(std::uint32_t position) {
+  return static_cast<std::int8_t>(static_cast<int>(position) - 128);
+}
 
 constexpr DecodeTable makeDecodeTable() {
   DecodeTable table{};
-  for (auto& place : table.place) {
-    for (std::uint32_t& entry : place) {
-      entry = kNotDigit | kUnknown;
-    }
+  for (std::int8_t& value : table.value) {
+    value = lessThanZero(kUnknown);
   }
   for (std::uint32_t value = 0; value <= kPadding; ++value) {
     const auto character = static_cast<unsigned char>(base64TableForNameTokens[value]);
-    for (unsigned int place = 0; place < kGroupCharacters; ++place) {
-      table.place[place][character] = value < kDigits ? value << (18 - 6 * place) : kNotDigit | value;
-    }
+    table.value[character] = value < kDigits ? static_cast<std::int8_t>(value) : lessThanZero(value);
   }
   return table;
 }
 
-constexpr EncodeTable kEncodeTable = makeEncodeTable();  // 8 KiB
-constexpr DecodeTable kDecodeTable = makeDecodeTable();  // 4 KiB
+constexpr DecodeTable kDecodeTable = makeDecodeTable();
 
 // Both compile to one load or store and a byte swap.
 std::uint64_t loadBigEndian(const unsigned char* in) {
@@ -79,9 +66,37 @@ void storeBigEndian(unsigned char* out, std::uint32_t value) {
   out[3] = static_cast<unsigned char>(value);
 }
 
+// The digit for the lowest 6 bits.
+constexpr unsigned char digitOf(std::uint64_t bits) {
+  return static_cast<unsigned char>(base64TableForNameTokens[bits % kDigits]);
+}
+
+// Two digits for the lowest 12 bits. A table of all pairs makes the encoder twice as fast, but takes 8 KiB.
+#ifdef __OPTIMIZE_SIZE__
+void putPair(std::uint64_t bits, unsigned char* out) {
+  out[0] = digitOf(bits / kDigits);
+  out[1] = digitOf(bits);
+}
+#else
+struct EncodeTable {
+  unsigned char pair[kDigits * kDigits][2];
+};
+
+constexpr EncodeTable makeEncodeTable() {
+  EncodeTable table{};
+  for (unsigned int bits = 0; bits < kDigits * kDigits; ++bits) {
+    table.pair[bits][0] = digitOf(bits / kDigits);
+    table.pair[bits][1] = digitOf(bits);
+  }
+  return table;
+}
+
+constexpr EncodeTable kEncodeTable = makeEncodeTable();
+
 void putPair(std::uint64_t bits, unsigned char* out) {
   memcpy(out, kEncodeTable.pair[bits % (std::uint64_t{kDigits} * kDigits)], 2);
 }
+#endif
 
 // The last group may have 1 or 2 bytes: padding then stands for what is missing.
 void encodeGroup(const unsigned char* in, std::size_t size, unsigned char* out) {
@@ -124,15 +139,12 @@ void putChunk(const unsigned char* in, std::size_t size, FILE* out) {
 }
 
 std::uint32_t valueOf(char character) {
-  return kDecodeTable.place[kGroupCharacters - 1][static_cast<unsigned char>(character)];
+  return static_cast<std::uint32_t>(kDecodeTable.value[static_cast<unsigned char>(character)]);
 }
 
 // The 24 bits of 4 digits; with kNotDigit where not all are digits.
 std::uint32_t cleanGroup(const char* in) {
-  return kDecodeTable.place[0][static_cast<unsigned char>(in[0])] |
-         kDecodeTable.place[1][static_cast<unsigned char>(in[1])] |
-         kDecodeTable.place[2][static_cast<unsigned char>(in[2])] |
-         kDecodeTable.place[3][static_cast<unsigned char>(in[3])];
+  return valueOf(in[0]) << 18 | valueOf(in[1]) << 12 | valueOf(in[2]) << 6 | valueOf(in[3]);
 }
 
 // Decodes one text; knows where it reads and writes. `in` and `out` may be the same: writing overtakes reading only
@@ -185,7 +197,7 @@ class Decoder {
     std::uint32_t value[kGroupCharacters] = {kPadding, kPadding, kPadding, kPadding};
     for (std::size_t i = 0; i < kGroupCharacters && *m_pIn != '\0' && *m_pIn != '#'; ++i, ++m_pIn) {
       acceptUrlSafe();
-      value[i] = valueOf(*m_pIn) & ~kNotDigit;
+      value[i] = valueOf(*m_pIn) & kPositionBits;
       if (value[i] == kUnknown) {
         return CommonReturnCode_InvalidProtocol;
       }
