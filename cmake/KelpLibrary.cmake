@@ -23,10 +23,11 @@ add_library(Kelp::kelp ALIAS kelp)
 add_library(Kelp::kelp-static ALIAS kelp-static)
 set_target_properties(kelp PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/kelp.map)
+  LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/kelp.map;${PROJECT_SOURCE_DIR}/cmake/kelp-replaceable.list")
 set_target_properties(kelp-static PROPERTIES OUTPUT_NAME kelp)
 target_link_options(kelp PRIVATE
-  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/kelp.map -Wl,-Bsymbolic-functions)
+  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/kelp.map
+  -Wl,--dynamic-list=${PROJECT_SOURCE_DIR}/cmake/kelp-replaceable.list)
 
 # json-c is the process's own: the shared library names no need for it, the program that links Kelp does, and keeps it
 # even when the linker drops what the program itself seems not to use.

@@ -2,7 +2,8 @@
 # Builds the program in consumer/ outside the tree against the package installed in $PREFIX, and runs it.
 #   consumer-test.sh cmake|pkg-config shared|static LINKER
 # The linker drops every library that the program seems not to use; json-c has to stay all the same.
-# Environment: CXX, PREFIX; JSON_C=elsewhere hides json-c from the linker's own directories.
+# Environment: CXX, PREFIX; JSON_C=elsewhere hides json-c from the linker's own directories; ADDRESS=fixed builds the
+# program for a fixed address.
 set -euo pipefail
 finder=$1 form=$2 linker=$3
 here=$(cd "$(dirname "$0")" && pwd)
@@ -17,12 +18,17 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -r "$here/consumer" "$work/source"
 flags="-Wl,--as-needed -fuse-ld=$linker"
+compilerFlags=
+if [[ ${ADDRESS-} == fixed ]]; then
+  flags+=" -no-pie"
+  compilerFlags=-fno-pie
+fi
 
 build_with_cmake() {
   local target=Kelp::kelp
   [[ $form == shared ]] || target=Kelp::kelp-static
   cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$PREFIX;${jsonCPrefix-}" \
-    -DCMAKE_EXE_LINKER_FLAGS="$flags" -DCONSUMER_TARGET=$target
+    -DCMAKE_CXX_FLAGS="$compilerFlags" -DCMAKE_EXE_LINKER_FLAGS="$flags" -DCONSUMER_TARGET=$target
   cmake --build "$work/build" --verbose | tee "$work/build.log"
 }
 
@@ -66,6 +72,11 @@ if [[ $linker == lld ]]; then
   readelf -p .comment "$program" | grep 'LLD' || fail "lld did not link it"
 fi
 
+if [[ ${ADDRESS-} == fixed ]]; then
+  readelf -h "$program" | grep 'Type: .*EXEC' || fail "the program has no fixed address"
+  readelf -rW "$program" | grep '_COPY.*s_strTrue' || fail "the library's data did not move into the program"
+fi
+
 libraries=$(dirname "$(find "$PREFIX" -name libkelp.a)")
 text=$(LD_BIND_NOW=1 LD_LIBRARY_PATH=$libraries "$program") || fail "the program ended with status $?"
-[[ $text == "I/O error" ]] || fail "the program printed: $text"
+[[ $text == "I/O error, TRUE" ]] || fail "the program printed: $text"

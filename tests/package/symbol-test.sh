@@ -1,5 +1,5 @@
 #!/bin/bash
-# What the shared library exports, imports and is called.
+# What the shared library exports, imports, is called and weighs.
 #   symbol-test.sh CHECK LIBRARY [ARCHIVE | INCLUDE_DIRECTORY]
 set -euo pipefail
 check=$1 library=$2 other=${3-}
@@ -45,6 +45,26 @@ imports_the_logger_weakly() {
   ! nm --defined-only "$other" 2>/dev/null | grep -w PfLogPrintf || fail "$other defines PfLogPrintf"
   nm "$other" 2>/dev/null | grep -E '^ +w PfLogPrintf$' || fail "no weak undefined PfLogPrintf in $other"
   ! nm "$other" 2>/dev/null | grep -E '^ +U PfLogPrintf$' || fail "an object of $other refers to PfLogPrintf strongly"
+}
+
+# Each symbol that is looked up costs time at every start of every process.
+binds_its_own_symbols() {
+  local lookedUp
+  lookedUp=$(readelf -rW "$library" | awk '$5 != "" { print $5 }' | c++filt | sort -u)
+  grep -qx 'free@.*' <<<"$lookedUp" || fail "the C library is not found by lookup: this check checks nothing"
+  lookedUp=$(grep 'Kelp::' <<<"$lookedUp" | grep -vE '^Kelp::AppPrefBoolean::s_str(True|False)\[' || true)
+  [[ -z $lookedUp ]] || fail "looked up when the library is loaded:"$'\n'"$lookedUp"
+}
+
+# What size(1) calls the text: all that is mapped and never written.
+text_is_under_160_kib() {
+  local size text=0 hex='[0-9a-f]+'
+  while read -r size; do
+    text=$((text + 16#$size))
+  done < <(readelf -SW "$library" | sed -nE "s/^ *\[ *[0-9]+\] +[^ ]+ +[A-Z_]+ +$hex $hex ($hex) $hex +A[^W ]* .*/\1/p")
+  echo "$text bytes"
+  ((text > 50000)) || fail "this check does not find the sections"
+  ((text < 160 * 1024)) || fail "more than $((160 * 1024))"
 }
 
 needs_no_json_c() {
