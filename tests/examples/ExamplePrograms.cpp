@@ -122,6 +122,11 @@ void writeFile(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+void signalProcess(pid_t processId, int number) {
+  ASSERT_LT(0, processId);
+  EXPECT_EQ(0, kill(processId, number));
+}
+
 void installApplications() {
   std::filesystem::copy(std::string(KELP_DEMO_DATA) + "/Kelpapp", FilePathManager::getAppBasePath(),
                         std::filesystem::copy_options::recursive);
@@ -145,7 +150,7 @@ CoreProcess::~CoreProcess() {
 }
 
 void CoreProcess::sendSignal(int number) const {
-  kill(m_pid, number);
+  signalProcess(m_pid, number);
 }
 
 void CoreProcess::stop() const {
@@ -244,7 +249,7 @@ ClientProcess::~ClientProcess() {
 }
 
 void ClientProcess::sendSignal(int number) const {
-  kill(m_pid, number);
+  signalProcess(m_pid, number);
 }
 
 void ClientProcess::hangUp() {

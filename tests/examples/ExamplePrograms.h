@@ -23,6 +23,9 @@ bool has(const std::string& text, const std::string& part);
 std::string contentOf(const std::string& path);
 void writeFile(const std::string& path, const std::string& bytes);
 
+// Fails without a process id: kill() takes -1 for every process of the machine.
+void signalProcess(pid_t processId, int number);
+
 // The applications of the demo, as the platform would have installed them.
 void installApplications();
 

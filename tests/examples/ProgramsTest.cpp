@@ -364,7 +364,7 @@ TEST_F(ProgramsTest, AnApplicationThatCrashesIsReaped) {
   CoreProcess core;
   EXPECT_EQ(200, callApi(kStartClock).httpStatus);
   EXPECT_TRUE(waitUntil(isClockRunning));
-  kill(processIdOf(callApi(kClockList).body), SIGKILL);
+  signalProcess(processIdOf(callApi(kClockList).body), SIGKILL);
   EXPECT_TRUE(waitUntil([] { return !has(callApi(kClockList).body, "processId"); }));
   EXPECT_EQ(std::vector<std::string>({"fifocore"}), filesIn(FilePathManager::getCoreTmpPath()));
   endCore(core);
@@ -374,7 +374,7 @@ TEST_F(ProgramsTest, AnApplicationThatDoesNotStopIsKilled) {
   CoreProcess core;
   EXPECT_EQ(200, callApi(kStartClock).httpStatus);
   EXPECT_TRUE(waitUntil(isClockRunning));
-  kill(processIdOf(callApi(kClockList).body), SIGSTOP);
+  signalProcess(processIdOf(callApi(kClockList).body), SIGSTOP);
   const ClientReply reply = callApi("methodName=stopApplication&execId=1");
   EXPECT_EQ(R"({"returnCode":"0","execId":"1","exitStatus":"137"})", reply.body);
   endCore(core);
@@ -384,7 +384,7 @@ TEST_F(ProgramsTest, AnApplicationEndsOnSigterm) {
   CoreProcess core;
   EXPECT_EQ(200, callApi(kStartClock).httpStatus);
   EXPECT_TRUE(waitUntil(isClockRunning));
-  kill(processIdOf(callApi(kClockList).body), SIGTERM);
+  signalProcess(processIdOf(callApi(kClockList).body), SIGTERM);
   EXPECT_TRUE(waitUntil([] { return !has(callApi(kClockList).body, "processId"); }));
   endCore(core);
 }

@@ -74,6 +74,9 @@ ChildProcess::ChildProcess(const std::function<int()>& body) : m_pid(-1), m_isRe
     alarm(kChildSeconds);
     _exit(getppid() == parent ? body() : EXIT_FAILURE);
   }
+  if (m_pid == -1) {
+    abort();  // not a process id to kill
+  }
 }
 
 ChildProcess::~ChildProcess() {
