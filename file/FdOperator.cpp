@@ -17,6 +17,8 @@ namespace {
 
 constexpr int kCopyBufferSize = 4096;
 
+static_assert(sizeof(off_t) == sizeof(long long), "build with _FILE_OFFSET_BITS=64, for the sizes of large files");
+
 epoll_event inputEventOf(int fd) {
   epoll_event event = {};
   event.events = EPOLLIN;
@@ -47,7 +49,13 @@ void FdOperator::setFd(int fd) {
 }
 
 long FdOperator::lseek(long offset, int whence) {
-  return static_cast<long>(::lseek(m_fd, offset, whence));
+  const off_t position = ::lseek(m_fd, offset, whence);
+  const auto result = static_cast<long>(position);
+  if (result != position) {  // a long has 32 bits on the device
+    errno = EOVERFLOW;
+    return -1;
+  }
+  return result;
 }
 
 long long FdOperator::size() const {

@@ -41,8 +41,9 @@ class KELP_EXPORT BinaryParser : public RpcParser {
     unsigned int size;  // bytes
   };
 
-  // Parses the file at `filePath`; blocks on the file system. Never fails: a file that cannot be opened, which leaves
-  // one error line, or mapped, a bad request, and a lack of memory make every getter answer "Invalid Protocol" (10).
+  // Parses the file at `filePath`, up to 4 GiB - 1 large, or 2 GiB - 1 where a long has 32 bits; blocks on the file
+  // system. Never fails: a file that cannot be opened, which leaves one error line, or mapped, a bad request, and a
+  // lack of memory make every getter answer "Invalid Protocol" (10).
   explicit BinaryParser(const std::string& filePath);
   ~BinaryParser() override;
   BinaryParser(const BinaryParser&) = delete;

@@ -23,7 +23,8 @@ class KELP_EXPORT FdOperator : public KelpObject {
   int getFd() const;
   void setFd(int fd);  // does not close the one before
 
-  // As the system call: the new offset in bytes, or -1 with errno set. Logs nothing.
+  // As the system call: the new offset in bytes, or -1 with errno set. Logs nothing. Where a long has 32 bits and the
+  // new offset more, it is taken up all the same and the result is -1 with EOVERFLOW.
   long lseek(long offset, int whence);
 
   // The file's size in bytes, or 0 when it cannot be told.

@@ -44,9 +44,9 @@ class KELP_EXPORT MultiPartParser : public RpcParser {
     unsigned int size;  // bytes
   };
 
-  // Parses the file at `filePath`, up to 4 GiB - 1 large; blocks on the file system. Never fails: a file that cannot be
-  // opened, which leaves one error line, or mapped, and one that is no multipart form data, make every getter answer
-  // "Invalid Protocol" (10).
+  // Parses the file at `filePath`, up to 4 GiB - 1 large, or 2 GiB - 1 where a long has 32 bits; blocks on the file
+  // system. Never fails: a file that cannot be opened, which leaves one error line, or mapped, and one that is no
+  // multipart form data, make every getter answer "Invalid Protocol" (10).
   explicit MultiPartParser(const std::string& filePath);
   ~MultiPartParser() override;
   MultiPartParser(const MultiPartParser&) = delete;

@@ -30,9 +30,9 @@ class KELP_EXPORT QueryStringParser : public RpcParser {
     unsigned int size;  // bytes
   };
 
-  // Parses the file at `filePath`, up to 4 GiB - 1 large; blocks on the file system. Never fails: a file that cannot be
-  // opened, which leaves one error line, or that is not empty and cannot be mapped makes every getter answer
-  // "Invalid Protocol" (10).
+  // Parses the file at `filePath`, up to 4 GiB - 1 large, or 2 GiB - 1 where a long has 32 bits; blocks on the file
+  // system. Never fails: a file that cannot be opened, which leaves one error line, or that is not empty and cannot be
+  // mapped makes every getter answer "Invalid Protocol" (10).
   explicit QueryStringParser(const std::string& filePath);
   ~QueryStringParser() override;
   QueryStringParser(const QueryStringParser&) = delete;

@@ -3,7 +3,8 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
-#include <limits>
+#include <algorithm>
+#include <climits>
 
 #include "FileOperator.h"
 
@@ -18,6 +19,9 @@ constexpr long long mostPopulated(MappingUse use) {
   return use == MappingUse::All ? 64LL * 1024 * 1024 : 64LL * 1024;  // bytes
 }
 
+// The offsets of what the parsers find are longs, which have 32 bits on the device; the sizes are unsigned ints.
+constexpr long long kLargestRequest = std::min<long long>(UINT_MAX, LONG_MAX);
+
 }  // namespace
 
 bool mapRequest(FileOperator& file, MappingUse use, char*& buffer, unsigned int& size) {
@@ -30,7 +34,7 @@ bool mapRequest(FileOperator& file, MappingUse use, char*& buffer, unsigned int&
   if (fileSize == 0) {
     return true;
   }
-  if (fileSize > std::numeric_limits<unsigned int>::max()) {
+  if (fileSize > kLargestRequest) {
     return false;
   }
   const int populate = fileSize <= mostPopulated(use) ? MAP_POPULATE : 0;

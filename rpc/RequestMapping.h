@@ -14,7 +14,7 @@ enum class MappingUse {
 
 // Opens the file, which is closed with its operator, and maps all of it. An empty file is mapped as nothing: `buffer`
 // is null and `size` 0. Returns false, with `buffer` null, when the file cannot be opened or mapped or has 4 GiB or
-// more.
+// more, or 2 GiB or more where a long has 32 bits.
 bool mapRequest(FileOperator& file, MappingUse use, char*& buffer, unsigned int& size);
 
 // Gives back what mapRequest() mapped; `buffer` may be null.

@@ -186,15 +186,23 @@ TEST(FdOperatorTest, FailedLseekReturnsMinus1AndLogsNothing) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST(FdOperatorTest, SizeAndLseekReachBeyond4GiB) {
-  if (sizeof(off_t) < 8 || sizeof(long) < 8) {
-    GTEST_SKIP() << "file offsets have 32 bits here";
-  }
-  constexpr long long kSize = 5LL * 1024 * 1024 * 1024 + 1;
+TEST(FdOperatorTest, SizeReachesBeyond4GiB) {
   FdOperator fdOperator(openTemporary(), true);
-  ASSERT_EQ(ftruncate(fdOperator.getFd(), static_cast<off_t>(kSize)), 0);
-  EXPECT_EQ(fdOperator.size(), kSize);
-  EXPECT_EQ(fdOperator.lseek(0, SEEK_END), kSize);
+  for (const long long size : {0x7FFFFFFFLL, 0x80000000LL, 0xFFFFFFFFLL, 0x100000000LL, 0x140000001LL}) {
+    ASSERT_EQ(ftruncate(fdOperator.getFd(), size), 0);
+    EXPECT_EQ(fdOperator.size(), size);
+  }
+}
+
+TEST(FdOperatorTest, LseekReachesAsFarAsALong) {
+  FdOperator fdOperator(openTemporary(), true);
+  for (const long long size : {0x7FFFFFFFLL, 0x80000000LL, 0xFFFFFFFFLL, 0x100000000LL, 0x140000001LL}) {
+    ASSERT_EQ(ftruncate(fdOperator.getFd(), size), 0);
+    errno = 0;
+    EXPECT_EQ(fdOperator.lseek(0, SEEK_END), size <= LONG_MAX ? size : -1);
+    EXPECT_EQ(errno, size <= LONG_MAX ? 0 : EOVERFLOW);
+    EXPECT_EQ(lseek(fdOperator.getFd(), 0, SEEK_CUR), size);
+  }
 }
 
 TEST(FdOperatorTest, SizeIs0WithoutALogLineWhenItCannotBeTold) {
@@ -618,23 +626,19 @@ TEST(FdOperatorTest, CopyFailsWhenWritingFails) {
 }
 
 TEST(FdOperatorTest, CopyOfMoreThanTheResultCanTellFailsWithoutWriting) {
-  if (sizeof(off_t) < 8) {
-    GTEST_SKIP() << "file offsets have 32 bits here";
-  }
   FdOperator source(openTemporary(), true);
-  ASSERT_EQ(ftruncate(source.getFd(), static_cast<off_t>(INT_MAX) + 1), 0);
   FdOperator destination(openTemporary(), true);
   const int writes = callCount(Call::Write);
-  EXPECT_EQ(source.copy(destination), -1);
+  for (const long long size : {INT_MAX + 1LL, 0x100000003LL, 0x180000000LL}) {
+    ASSERT_EQ(ftruncate(source.getFd(), size), 0);
+    EXPECT_EQ(source.copy(destination), -1) << size;
+  }
   EXPECT_EQ(callCount(Call::Write), writes);
 }
 
 TEST(FdOperatorTest, CopyOfTheLargestCountReportsItEvenWhenTheSourceGrows) {
-  if (sizeof(off_t) < 8) {
-    GTEST_SKIP() << "file offsets have 32 bits here";
-  }
   SizedFdOperator source(openTemporary(), INT_MAX);
-  ASSERT_EQ(ftruncate(source.getFd(), static_cast<off_t>(INT_MAX) + 4097), 0);
+  ASSERT_EQ(ftruncate(source.getFd(), INT_MAX + 4097LL), 0);
   FdOperator destination(open("/dev/null", O_WRONLY | O_CLOEXEC), true);
   EXPECT_EQ(source.copy(destination), INT_MAX);
   EXPECT_EQ(source.lseek(0, SEEK_CUR), INT_MAX);

@@ -110,12 +110,22 @@ TEST(SysFuncTest, StatOfAMissingFileIsMinusOneWithoutALine) {
 }
 
 TEST(SysFuncTest, StatTellsSizesBeyond32Bits) {
-  if (sizeof(off_t) < 8) {
-    GTEST_SKIP() << "files are not larger here";
-  }
   makeFile("/tmp/f");
-  ASSERT_EQ(truncate("/tmp/f", static_cast<off_t>(0x140000000LL)), 0);
-  EXPECT_EQ(SysFunc::kelpStat("/tmp/f"), 0x140000000LL);
+  for (const long long size : {0x80000000LL, 0xFFFFFFFFLL, 0x140000000LL}) {
+    ASSERT_EQ(truncate("/tmp/f", size), 0);
+    EXPECT_EQ(SysFunc::kelpStat("/tmp/f"), size);
+  }
+}
+
+TEST(SysFuncTest, FilesOf4GiBAreHandledAsSmallOnes) {
+  makeFile("/tmp/f");
+  ASSERT_EQ(truncate("/tmp/f", 0x140000000LL), 0);
+  EXPECT_EQ(SysFunc::kelpChown("/tmp/f", getuid()), CommonReturnCode_Ok);
+  EXPECT_EQ(SysFunc::kelpChmod("/tmp/f", 0600), CommonReturnCode_Ok);
+  EXPECT_EQ(modeOf("/tmp/f"), 0600U);
+  EXPECT_EQ(SysFunc::kelpRename("/tmp/f", "/tmp/g"), CommonReturnCode_Ok);
+  EXPECT_EQ(SysFunc::kelpRm("/tmp/g"), CommonReturnCode_Ok);
+  EXPECT_FALSE(exists("/tmp/g"));
 }
 
 TEST(SysFuncTest, RenameReplacesWhatIsThere) {

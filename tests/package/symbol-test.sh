@@ -78,6 +78,15 @@ needs_the_compilers_own_libraries_only() {
   [[ -z $others ]] || fail "the shared library needs $others"
 }
 
+# The kernel refuses to open a file of 2 GiB for a 32-bit program that calls open(); an emulator on a 64-bit one does not.
+opens_large_files() {
+  local calls='open|openat|creat|fopen|freopen|tmpfile|mkstemp|f?stat|lstat|fstatat|f?truncate|lseek|mmap|pread|pwrite|fcntl|readdir'
+  local imported
+  imported=$(nm -D --undefined-only --format=posix "$library" | sed 's/[@ ].*//')
+  grep -x open64 <<<"$imported" || fail "the library opens no file: this check checks nothing"
+  ! grep -xE "$calls" <<<"$imported" || fail "these take files of less than 2 GiB only, on 32-bit processors"
+}
+
 has_a_soname() {
   local soname
   soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <memory>
@@ -219,6 +220,16 @@ TEST_F(AppPrefListRestoreTest, FileThatThereIsNoMemoryForIsRefused) {
   const CallFault fault(Call::Malloc, ENOMEM);
   EXPECT_EQ(m_list->AppPrefRestore(kSavedPath, &m_changed), kRefused);
   EXPECT_EQ(fault.hits(), 1);
+  EXPECT_EQ(messagesOf(log.errors()), Names{"###ERROR###"});
+  expectUntouched();
+}
+
+TEST_F(AppPrefListRestoreTest, FileWithAGoodOneIn4GiBIsRefused) {
+  const std::string saved = savedForm(otherDay());
+  writeText(kSavedPath, saved);
+  ASSERT_EQ(truncate(kSavedPath, (1LL << 32) + static_cast<long long>(saved.size())), 0);
+  const LogCapture log;
+  EXPECT_EQ(m_list->AppPrefRestore(kSavedPath, &m_changed), kRefused);
   EXPECT_EQ(messagesOf(log.errors()), Names{"###ERROR###"});
   expectUntouched();
 }

@@ -150,6 +150,14 @@ TEST(AppPrefListTest, FileMayHaveUpTo131072Bytes) {
   expectFailure(filledUpTo(131073), {"###ERROR###"});
 }
 
+TEST(AppPrefListTest, FileWithAGoodOneIn4GiBIsTooLarge) {
+  writeText(kPrefPath, allTypesJson());
+  ASSERT_EQ(truncate(kPrefPath, (1LL << 32) + static_cast<long long>(allTypesJson().size())), 0);
+  LogCapture log;
+  EXPECT_TRUE(AppPrefList(kPrefPath, false, 0).hasError());
+  EXPECT_EQ(messages(log), std::vector<std::string>({"###ERROR###"}));
+}
+
 TEST(AppPrefListTest, DefaultFileMayHaveUpTo65536Bytes) {
   expectGood(filledUpTo(65536), true);
   expectFailure(filledUpTo(65537), {"###ERROR###"}, true);

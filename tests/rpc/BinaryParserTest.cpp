@@ -251,6 +251,14 @@ TEST(BinaryParserTest, FileThatCannotBeMappedIsABadRequest) {
   EXPECT_TRUE(log.lines().empty());
 }
 
+TEST(BinaryParserTest, FileOf4GiBIsABadRequest) {
+  writeFile(kRequest, word(6));
+  for (const long long size : {1LL << 32, (1LL << 32) + 4}) {
+    ASSERT_EQ(truncate(kRequest, size), 0);
+    EXPECT_EQ(stateOf(BinaryParser(kRequest)), State::Error);
+  }
+}
+
 TEST(BinaryParserTest, WithoutMemoryForTheTextTheFileIsClosed) {
   writeFile(kRequest, word(6));
   const std::size_t before = KelpTest::openDescriptors();
@@ -468,8 +476,10 @@ TEST(BinaryParserTest, PackageThatMemoryDoesNotHoldIsNotEnoughMemory) {
     const CallFault fault(Call::Malloc, ENOMEM);
     EXPECT_EQ(getFile(*parser, "applicationPackage"), failed(CommonReturnCode_NotEnoughMemory));
   }
-  ASSERT_EQ(truncate(kPackage, 1LL << 32), 0);
-  EXPECT_EQ(getFile(*parser, "applicationPackage"), failed(CommonReturnCode_NotEnoughMemory));
+  for (const long long size : {(1LL << 32) - 4, 1LL << 32, (1LL << 32) + 4}) {
+    ASSERT_EQ(truncate(kPackage, size), 0);
+    EXPECT_EQ(getFile(*parser, "applicationPackage"), failed(CommonReturnCode_NotEnoughMemory));
+  }
 }
 
 // --- A second opinion

@@ -354,11 +354,13 @@ TEST_F(JsonSerializerTest, FileShorterThanItsSizeIsAnIoError) {
 }
 
 TEST_F(JsonSerializerTest, FileTooLargeForItsTextsLengthIsAnIoError) {
-  writeText(kInput, "");
-  ASSERT_EQ(truncate(kInput, 0x40000000), 0);
-  LogCapture log;
-  EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_IoError);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>{kBareError});
+  writeText(kInput, "Man");
+  for (const long long size : {0x40000000LL, 0x100000003LL}) {
+    ASSERT_EQ(truncate(kInput, size), 0);
+    LogCapture log;
+    EXPECT_EQ(m_serializer.putBinaryData("b", kInput), CommonReturnCode_IoError);
+    EXPECT_EQ(log.lines(), std::vector<LogLine>{kBareError});
+  }
   EXPECT_EQ(written(), "{}");
 }
 

@@ -140,16 +140,16 @@ KELP_TEST_WRAP(EpollCreate1, int, -1, epoll_create1, (int flags), (flags))
 KELP_TEST_WRAP(EpollCtl, int, -1, epoll_ctl, (int epfd, int op, int fd, epoll_event* event), (epfd, op, fd, event))
 KELP_TEST_WRAP(EpollWait, int, -1, epoll_wait, (int epfd, epoll_event* events, int count, int timeout),
                (epfd, events, count, timeout))
-KELP_TEST_WRAP(Fopen, FILE*, nullptr, fopen, (const char* path, const char* mode), (path, mode))
+KELP_TEST_WRAP(Fopen, FILE*, nullptr, fopen64, (const char* path, const char* mode), (path, mode))
 KELP_TEST_WRAP(Fputs, int, EOF, fputs, (const char* text, FILE* stream), (text, stream))
-KELP_TEST_WRAP(Fstat, int, -1, fstat, (int fd, struct stat* status), (fd, status))
+KELP_TEST_WRAP(Fstat, int, -1, fstat64, (int fd, struct stat* status), (fd, status))
 KELP_TEST_WRAP(Fwrite, size_t, 0, fwrite, (const void* data, size_t size, size_t count, FILE* stream),
                (data, size, count, stream))
 KELP_TEST_WRAP(Gettimeofday, int, -1, gettimeofday, (timeval * time, void* zone), (time, zone))
-KELP_TEST_WRAP(Lseek, off_t, -1, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
+KELP_TEST_WRAP(Lseek, off_t, -1, lseek64, (int fd, off_t offset, int whence), (fd, offset, whence))
 KELP_TEST_WRAP(Malloc, void*, nullptr, malloc, (size_t size), (size))
 KELP_TEST_WRAP(Mkfifo, int, -1, mkfifo, (const char* path, mode_t mode), (path, mode))
-KELP_TEST_WRAP(Mmap, void*, MAP_FAILED, mmap,
+KELP_TEST_WRAP(Mmap, void*, MAP_FAILED, mmap64,
                (void* address, size_t size, int protection, int flags, int fd, off_t offset),
                (address, size, protection, flags, fd, offset))
 KELP_TEST_WRAP(Pipe2, int, -1, pipe2, (int* fds, int flags), (fds, flags))
@@ -169,7 +169,7 @@ KELP_TEST_WRAP_PTHREAD(Sigmask, pthread_sigmask, (int how, const sigset_t* set, 
 KELP_TEST_WRAP(Read, ssize_t, -1, read, (int fd, void* data, size_t size), (fd, data, size))
 KELP_TEST_WRAP(Realloc, void*, nullptr, realloc, (void* block, size_t size), (block, size))
 KELP_TEST_WRAP(Rename, int, -1, rename, (const char* from, const char* to), (from, to))
-KELP_TEST_WRAP(Stat, int, -1, stat, (const char* path, struct stat* status), (path, status))
+KELP_TEST_WRAP(Stat, int, -1, stat64, (const char* path, struct stat* status), (path, status))
 KELP_TEST_WRAP(TimerfdCreate, int, -1, timerfd_create, (int clock, int flags), (clock, flags))
 KELP_TEST_WRAP(TimerfdSettime, int, -1, timerfd_settime, (int fd, int flags, const itimerspec* value, itimerspec* old),
                (fd, flags, value, old))
@@ -239,23 +239,23 @@ extern "C" ssize_t __wrap_write(int fd, const void* data, size_t size) {
 }
 
 // The third argument is read whether or not the caller gave one: it is passed on and used only where it has a meaning.
-extern "C" int __real_open(const char* path, int flags, ...);
-extern "C" int __wrap_open(const char* path, int flags, ...);
-extern "C" int __wrap_open(const char* path, int flags, ...) {
+extern "C" int __real_open64(const char* path, int flags, ...);
+extern "C" int __wrap_open64(const char* path, int flags, ...);
+extern "C" int __wrap_open64(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
   const auto mode = static_cast<mode_t>(va_arg(arguments, unsigned int));
   va_end(arguments);
-  return failsWithErrno(Call::Open) ? -1 : __real_open(path, flags, mode);
+  return failsWithErrno(Call::Open) ? -1 : __real_open64(path, flags, mode);
 }
 
-extern "C" int __real_fcntl(int fd, int command, ...);
-extern "C" int __wrap_fcntl(int fd, int command, ...);
-extern "C" int __wrap_fcntl(int fd, int command, ...) {
+extern "C" int __real_fcntl64(int fd, int command, ...);
+extern "C" int __wrap_fcntl64(int fd, int command, ...);
+extern "C" int __wrap_fcntl64(int fd, int command, ...) {
   va_list arguments;
   va_start(arguments, command);
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
-  return failsWithErrno(Call::Fcntl) ? -1 : __real_fcntl(fd, command, argument);
+  return failsWithErrno(Call::Fcntl) ? -1 : __real_fcntl64(fd, command, argument);
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

@@ -57,6 +57,8 @@ TEST(AbsoluteTimeTest, FollowsTheFile) {
 TEST(AbsoluteTimeTest, IgnoresWhatFollowsTheFirstFourBytes) {
   writeUptime(std::string("\x40\x1F\x00\x00", 4) + "rest of the file");
   EXPECT_EQ(AbsoluteTime::getTime(), 8000);
+  ASSERT_EQ(truncate(kFile, 0x140000000LL), 0);
+  EXPECT_EQ(AbsoluteTime::getTime(), 8000);
 }
 
 TEST(AbsoluteTimeTest, NegativeNumbersAreGivenAsTheyStand) {
