@@ -11,7 +11,8 @@
 namespace KelpExample {
 
 CoreDaemon::CoreDaemon()
-    : m_applications(m_address),
+    : m_leftFiles(m_looper),
+      m_applications(m_address),
       m_updates([this] { exitWhenDone(); }),
       m_methods(m_applications, m_updates),
       m_unexpectedMessages(m_address),

@@ -9,6 +9,7 @@
 #include "common/SignalEventReceiver.h"
 #include "common/UnexpectedMessages.h"
 #include "core/ApplicationTable.h"
+#include "core/LeftFiles.h"
 #include "core/PackageUpdates.h"
 #include "core/WebApiMethods.h"
 
@@ -42,6 +43,7 @@ class CoreDaemon : public Kelp::IpcEventReceiver::RequestHandler,
 
   const Kelp::IpcAddressCore m_address;
   Kelp::EventLooperMultiWait m_looper;
+  LeftFiles m_leftFiles;
   ApplicationTable m_applications;
   PackageUpdates m_updates;
   WebApiMethods m_methods;
