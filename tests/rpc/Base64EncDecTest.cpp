@@ -8,6 +8,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Base64EncDec.h"
@@ -358,7 +359,7 @@ TEST(Base64EncDecTest, NulAndHashEndTheInput) {
 TEST(Base64EncDecTest, CharacterOutsideTheTableIsAnInvalidProtocol) {
   for (int character = 1; character < 256; ++character) {
     const std::string text = std::string("TWFuTW") + static_cast<char>(character) + "u";
-    const bool isKnown = std::string(kBase64Tokens).find(static_cast<char>(character)) != std::string::npos ||
+    const bool isKnown = kBase64Tokens.find(static_cast<char>(character)) != std::string_view::npos ||
                          std::string("-_#").find(static_cast<char>(character)) != std::string::npos;
     const Decoding decoding = decodeInPlace(text, text.size());
     EXPECT_EQ(decoding.result, isKnown ? CommonReturnCode_Ok : CommonReturnCode_InvalidProtocol) << character;
@@ -435,7 +436,7 @@ TEST(Base64EncDecTest, EveryCharacterAtEveryPlaceDecodesAsCharacterByCharacter) 
 }
 
 std::string randomText(std::mt19937& random, std::size_t size, unsigned int oddPercent) {
-  const std::string odd = std::string(kBase64Tokens + 64) + "====-_-_##" + std::string(3, '\0') + "?\x80\xFF";
+  const std::string odd = std::string(kBase64Tokens.substr(64)) + "====-_-_##" + std::string(3, '\0') + "?\x80\xFF";
   std::string text(size, '\0');
   for (char& character : text) {
     character = random() % 100 < oddPercent ? odd[random() % odd.size()] : kBase64Tokens[random() % 64];

@@ -1,20 +1,10 @@
 #include "support/Base64Reference.h"
 
-#include <string_view>
-
 using Kelp::CommonReturnCode_InvalidParameter;
 using Kelp::CommonReturnCode_InvalidProtocol;
 using Kelp::CommonReturnCode_Ok;
 
 namespace KelpTest {
-
-const char kBase64Tokens[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/ \f\t\n\r\v=";
-
-namespace {
-
-constexpr std::string_view kTokens = kBase64Tokens;
-
-}  // namespace
 
 std::string encodedBitByBit(const std::string& data) {
   std::string bits;
@@ -26,7 +16,7 @@ std::string encodedBitByBit(const std::string& data) {
   bits.resize((bits.size() + 5) / 6 * 6, '0');
   std::string text;
   for (std::size_t i = 0; i < bits.size(); i += 6) {
-    text += kTokens[std::stoul(bits.substr(i, 6), nullptr, 2)];
+    text += kBase64Tokens[std::stoul(bits.substr(i, 6), nullptr, 2)];
   }
   text.resize((text.size() + 3) / 4 * 4, '=');
   return text;
@@ -39,7 +29,7 @@ Decoding decodedCharByChar(std::string text, std::size_t length, std::size_t roo
     std::string characters;
     while (characters.size() < 4 && text[next] != '\0' && text[next] != '#') {
       text[next] = text[next] == '_' ? '/' : text[next] == '-' ? '+' : text[next];
-      if (kTokens.find(text[next]) == std::string_view::npos) {
+      if (kBase64Tokens.find(text[next]) == std::string_view::npos) {
         return {CommonReturnCode_InvalidProtocol, data, text};
       }
       characters += text[next++];
@@ -47,7 +37,7 @@ Decoding decodedCharByChar(std::string text, std::size_t length, std::size_t roo
     characters.resize(4, '=');
     unsigned long bits = 0;
     for (std::size_t i = 0; i < 4; ++i) {
-      bits += characters[i] == '=' ? 0 : kTokens.find(characters[i]) << (18 - 6 * i);
+      bits += characters[i] == '=' ? 0 : kBase64Tokens.find(characters[i]) << (18 - 6 * i);
     }
     bits = characters[0] == '=' ? 0 : bits;
     const bool isOne = characters[0] == '=' || characters[1] == '=' || characters[2] == '=';

@@ -4,13 +4,15 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "KelpReturnCode.h"
 
 namespace KelpTest {
 
 // What the decoder looks a character up in: its value is its place.
-extern const char kBase64Tokens[];
+constexpr std::string_view kBase64Tokens =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/ \f\t\n\r\v=";
 
 std::string encodedBitByBit(const std::string& data);
 
