@@ -157,8 +157,8 @@ TEST(FdOperatorTest, SecondCloseReturns0AndLogsNothing) {
 }
 
 TEST(FdOperatorTest, FailedCloseIsLoggedAndForgetsTheDescriptor) {
-  const Pipe pipe;
-  FdOperator fdOperator(pipe.readEnd(), true);
+  Pipe pipe;
+  FdOperator fdOperator(pipe.takeReadEnd(), true);
   const LogCapture log;
   const CallFault fault(Call::Close, EIO);
   EXPECT_EQ(fdOperator.close(), -1);

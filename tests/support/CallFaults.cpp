@@ -1,6 +1,7 @@
 #include "support/CallFaults.h"
 
 #include <errno.h>
+#include <json-c/json.h>
 #include <pthread.h>
 #include <signal.h>
 #include <stdarg.h>
@@ -10,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -30,6 +32,7 @@ struct CallState {
 };
 
 CallState s_calls[static_cast<int>(Call::Write) + 1];
+thread_local int t_uncounted = 0;  // how many UncountedCalls the thread has
 std::atomic<int> s_writeLimit{-1};
 
 std::mutex s_textMutex;  // guards the texts below
@@ -42,6 +45,9 @@ CallState& stateOf(Call call) {
 
 // Counts the call. Returns the error that it has to fail with, or 0.
 int takeFault(Call call) {
+  if (t_uncounted > 0) {
+    return 0;
+  }
   CallState& state = stateOf(call);
   state.count.fetch_add(1);
   if (state.times.load() == 0 || state.skip.fetch_sub(1) > 0) {
@@ -66,6 +72,15 @@ bool failsWithErrno(Call call) {
 
 }  // namespace
 
+const char* nameOf(Call call) {
+  static const char* const kNames[] = {
+#define KELP_TEST_NAME(enumerator, function) #function,
+      KELP_TEST_CALLS(KELP_TEST_NAME)
+#undef KELP_TEST_NAME
+  };
+  return kNames[static_cast<int>(call)];
+}
+
 CallFault::CallFault(Call call, int error, int skip, int times) : m_call(call) {
   CallState& state = stateOf(call);
   state.hits.store(0);
@@ -80,6 +95,14 @@ CallFault::~CallFault() {
 
 int CallFault::hits() const {
   return stateOf(m_call).hits.load();
+}
+
+UncountedCalls::UncountedCalls() {
+  t_uncounted++;
+}
+
+UncountedCalls::~UncountedCalls() {
+  t_uncounted--;
 }
 
 int callCount(Call call) {
@@ -123,6 +146,14 @@ using KelpTest::takeFault;
     return failsWithErrno(Call::enumerator) ? failure : __real_##function arguments; \
   }
 
+#define KELP_TEST_WRAP_RELEASE(enumerator, result, failure, function, parameters, arguments) \
+  extern "C" result __real_##function parameters;                                            \
+  extern "C" result __wrap_##function parameters;                                            \
+  extern "C" result __wrap_##function parameters {                                           \
+    const result outcome = __real_##function arguments;                                      \
+    return failsWithErrno(Call::enumerator) ? failure : outcome;                             \
+  }
+
 #define KELP_TEST_WRAP_PTHREAD(enumerator, function, parameters, arguments) \
   extern "C" int __real_##function parameters;                              \
   extern "C" int __wrap_##function parameters;                              \
@@ -133,25 +164,41 @@ using KelpTest::takeFault;
 
 KELP_TEST_WRAP(Chmod, int, -1, chmod, (const char* path, mode_t mode), (path, mode))
 KELP_TEST_WRAP(Chown, int, -1, chown, (const char* path, uid_t owner, gid_t group), (path, owner, group))
-KELP_TEST_WRAP(Close, int, -1, close, (int fd), (fd))
+KELP_TEST_WRAP_RELEASE(Close, int, -1, close, (int fd), (fd))
+KELP_TEST_WRAP(CtimeR, char*, nullptr, ctime_r, (const time_t* time, char* text), (time, text))
 KELP_TEST_WRAP(Dup, int, -1, dup, (int fd), (fd))
 KELP_TEST_WRAP(EpollCreate, int, -1, epoll_create, (int size), (size))
 KELP_TEST_WRAP(EpollCreate1, int, -1, epoll_create1, (int flags), (flags))
 KELP_TEST_WRAP(EpollCtl, int, -1, epoll_ctl, (int epfd, int op, int fd, epoll_event* event), (epfd, op, fd, event))
 KELP_TEST_WRAP(EpollWait, int, -1, epoll_wait, (int epfd, epoll_event* events, int count, int timeout),
                (epfd, events, count, timeout))
+KELP_TEST_WRAP_RELEASE(Fclose, int, EOF, fclose, (FILE * stream), (stream))
 KELP_TEST_WRAP(Fopen, FILE*, nullptr, fopen64, (const char* path, const char* mode), (path, mode))
 KELP_TEST_WRAP(Fputs, int, EOF, fputs, (const char* text, FILE* stream), (text, stream))
+KELP_TEST_WRAP(Fread, size_t, 0, fread, (void* data, size_t size, size_t count, FILE* stream),
+               (data, size, count, stream))
 KELP_TEST_WRAP(Fstat, int, -1, fstat64, (int fd, struct stat* status), (fd, status))
 KELP_TEST_WRAP(Fwrite, size_t, 0, fwrite, (const void* data, size_t size, size_t count, FILE* stream),
                (data, size, count, stream))
 KELP_TEST_WRAP(Gettimeofday, int, -1, gettimeofday, (timeval * time, void* zone), (time, zone))
+KELP_TEST_WRAP(JsonArrayAdd, int, -1, json_object_array_add, (json_object * array, json_object* value), (array, value))
+KELP_TEST_WRAP(JsonGetString, const char*, nullptr, json_object_get_string, (json_object * value), (value))
+KELP_TEST_WRAP(JsonNewArray, json_object*, nullptr, json_object_new_array, (), ())
+KELP_TEST_WRAP(JsonNewObject, json_object*, nullptr, json_object_new_object, (), ())
+KELP_TEST_WRAP(JsonNewString, json_object*, nullptr, json_object_new_string, (const char* text), (text))
+KELP_TEST_WRAP(JsonObjectAdd, int, -1, json_object_object_add,
+               (json_object * object, const char* key, json_object* value), (object, key, value))
+KELP_TEST_WRAP(JsonParse, json_object*, nullptr, json_tokener_parse, (const char* text), (text))
+KELP_TEST_WRAP(JsonToString, const char*, nullptr, json_object_to_json_string_ext, (json_object * value, int flags),
+               (value, flags))
+KELP_TEST_WRAP(LocaltimeR, tm*, nullptr, localtime_r, (const time_t* time, tm* result), (time, result))
 KELP_TEST_WRAP(Lseek, off_t, -1, lseek64, (int fd, off_t offset, int whence), (fd, offset, whence))
 KELP_TEST_WRAP(Malloc, void*, nullptr, malloc, (size_t size), (size))
 KELP_TEST_WRAP(Mkfifo, int, -1, mkfifo, (const char* path, mode_t mode), (path, mode))
 KELP_TEST_WRAP(Mmap, void*, MAP_FAILED, mmap64,
                (void* address, size_t size, int protection, int flags, int fd, off_t offset),
                (address, size, protection, flags, fd, offset))
+KELP_TEST_WRAP_RELEASE(Munmap, int, -1, munmap, (void* address, size_t size), (address, size))
 KELP_TEST_WRAP(Pipe2, int, -1, pipe2, (int* fds, int flags), (fds, flags))
 KELP_TEST_WRAP_PTHREAD(AttrInit, pthread_attr_init, (pthread_attr_t * attributes), (attributes))
 KELP_TEST_WRAP_PTHREAD(AttrSetstacksize, pthread_attr_setstacksize, (pthread_attr_t * attributes, size_t size),
@@ -159,6 +206,7 @@ KELP_TEST_WRAP_PTHREAD(AttrSetstacksize, pthread_attr_setstacksize, (pthread_att
 KELP_TEST_WRAP_PTHREAD(ThreadCreate, pthread_create,
                        (pthread_t * thread, const pthread_attr_t* attributes, void* (*routine)(void*), void* argument),
                        (thread, attributes, routine, argument))
+KELP_TEST_WRAP_PTHREAD(MutexAttrInit, pthread_mutexattr_init, (pthread_mutexattr_t * attributes), (attributes))
 KELP_TEST_WRAP_PTHREAD(MutexDestroy, pthread_mutex_destroy, (pthread_mutex_t * mutex), (mutex))
 KELP_TEST_WRAP_PTHREAD(MutexInit, pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
                        (mutex, attributes))
@@ -169,7 +217,15 @@ KELP_TEST_WRAP_PTHREAD(Sigmask, pthread_sigmask, (int how, const sigset_t* set, 
 KELP_TEST_WRAP(Read, ssize_t, -1, read, (int fd, void* data, size_t size), (fd, data, size))
 KELP_TEST_WRAP(Realloc, void*, nullptr, realloc, (void* block, size_t size), (block, size))
 KELP_TEST_WRAP(Rename, int, -1, rename, (const char* from, const char* to), (from, to))
+KELP_TEST_WRAP(Setvbuf, int, EOF, setvbuf, (FILE * stream, char* buffer, int mode, size_t size),
+               (stream, buffer, mode, size))
+KELP_TEST_WRAP(Sigaction, int, -1, sigaction, (int signal, const struct sigaction* action, struct sigaction* old),
+               (signal, action, old))
+KELP_TEST_WRAP(Sigpending, int, -1, sigpending, (sigset_t * set), (set))
+KELP_TEST_WRAP(Sigtimedwait, int, -1, sigtimedwait, (const sigset_t* set, siginfo_t* info, const timespec* timeout),
+               (set, info, timeout))
 KELP_TEST_WRAP(Stat, int, -1, stat64, (const char* path, struct stat* status), (path, status))
+KELP_TEST_WRAP(Sysconf, long, -1, sysconf, (int name), (name))
 KELP_TEST_WRAP(TimerfdCreate, int, -1, timerfd_create, (int clock, int flags), (clock, flags))
 KELP_TEST_WRAP(TimerfdSettime, int, -1, timerfd_settime, (int fd, int flags, const itimerspec* value, itimerspec* old),
                (fd, flags, value, old))
@@ -257,5 +313,21 @@ extern "C" int __wrap_fcntl64(int fd, int command, ...) {
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
   return failsWithErrno(Call::Fcntl) ? -1 : __real_fcntl64(fd, command, argument);
+}
+
+// Likewise: as many arguments as the system takes at most.
+extern "C" long __real_syscall(long number, ...);
+extern "C" long __wrap_syscall(long number, ...);
+extern "C" long __wrap_syscall(long number, ...) {
+  long argument[6];
+  va_list arguments;
+  va_start(arguments, number);
+  for (long& each : argument) {
+    each = va_arg(arguments, long);
+  }
+  va_end(arguments);
+  return failsWithErrno(Call::Syscall)
+             ? -1
+             : __real_syscall(number, argument[0], argument[1], argument[2], argument[3], argument[4], argument[5]);
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

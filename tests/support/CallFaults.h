@@ -11,49 +11,69 @@
 namespace KelpTest {
 
 // X(enumerator, function)
-#define KELP_TEST_CALLS(X)                       \
-  X(Chmod, chmod)                                \
-  X(Chown, chown)                                \
-  X(Close, close)                                \
-  X(Dup, dup)                                    \
-  X(EpollCreate, epoll_create)                   \
-  X(EpollCreate1, epoll_create1)                 \
-  X(EpollCtl, epoll_ctl)                         \
-  X(EpollWait, epoll_wait)                       \
-  X(Fcntl, fcntl)                                \
-  X(Fopen, fopen)                                \
-  X(Fputs, fputs)                                \
-  X(Free, free)                                  \
-  X(Fstat, fstat)                                \
-  X(Fwrite, fwrite)                              \
-  X(Gettimeofday, gettimeofday)                  \
-  X(Lseek, lseek)                                \
-  X(Malloc, malloc)                              \
-  X(Mkfifo, mkfifo)                              \
-  X(Mmap, mmap)                                  \
-  X(Open, open)                                  \
-  X(Pipe2, pipe2)                                \
-  X(AttrInit, pthread_attr_init)                 \
-  X(AttrSetstacksize, pthread_attr_setstacksize) \
-  X(ThreadCreate, pthread_create)                \
-  X(ThreadJoin, pthread_join)                    \
-  X(MutexDestroy, pthread_mutex_destroy)         \
-  X(MutexInit, pthread_mutex_init)               \
-  X(MutexLock, pthread_mutex_lock)               \
-  X(MutexTrylock, pthread_mutex_trylock)         \
-  X(MutexUnlock, pthread_mutex_unlock)           \
-  X(Sigmask, pthread_sigmask)                    \
-  X(Read, read)                                  \
-  X(Readlink, readlink)                          \
-  X(Realloc, realloc)                            \
-  X(Rename, rename)                              \
-  X(Stat, stat)                                  \
-  X(Sync, sync)                                  \
-  X(System, system)                              \
-  X(TimerfdCreate, timerfd_create)               \
-  X(TimerfdSettime, timerfd_settime)             \
-  X(Umask, umask)                                \
-  X(Unlink, unlink)                              \
+#define KELP_TEST_CALLS(X)                        \
+  X(Chmod, chmod)                                 \
+  X(Chown, chown)                                 \
+  X(Close, close)                                 \
+  X(CtimeR, ctime_r)                              \
+  X(Dup, dup)                                     \
+  X(EpollCreate, epoll_create)                    \
+  X(EpollCreate1, epoll_create1)                  \
+  X(EpollCtl, epoll_ctl)                          \
+  X(EpollWait, epoll_wait)                        \
+  X(Fclose, fclose)                               \
+  X(Fcntl, fcntl)                                 \
+  X(Fopen, fopen)                                 \
+  X(Fputs, fputs)                                 \
+  X(Fread, fread)                                 \
+  X(Free, free)                                   \
+  X(Fstat, fstat)                                 \
+  X(Fwrite, fwrite)                               \
+  X(Gettimeofday, gettimeofday)                   \
+  X(JsonArrayAdd, json_object_array_add)          \
+  X(JsonGetString, json_object_get_string)        \
+  X(JsonNewArray, json_object_new_array)          \
+  X(JsonNewObject, json_object_new_object)        \
+  X(JsonNewString, json_object_new_string)        \
+  X(JsonObjectAdd, json_object_object_add)        \
+  X(JsonToString, json_object_to_json_string_ext) \
+  X(JsonParse, json_tokener_parse)                \
+  X(LocaltimeR, localtime_r)                      \
+  X(Lseek, lseek)                                 \
+  X(Malloc, malloc)                               \
+  X(Mkfifo, mkfifo)                               \
+  X(Mmap, mmap)                                   \
+  X(Munmap, munmap)                               \
+  X(Open, open)                                   \
+  X(Pipe2, pipe2)                                 \
+  X(AttrInit, pthread_attr_init)                  \
+  X(AttrSetstacksize, pthread_attr_setstacksize)  \
+  X(ThreadCreate, pthread_create)                 \
+  X(ThreadJoin, pthread_join)                     \
+  X(MutexDestroy, pthread_mutex_destroy)          \
+  X(MutexInit, pthread_mutex_init)                \
+  X(MutexLock, pthread_mutex_lock)                \
+  X(MutexTrylock, pthread_mutex_trylock)          \
+  X(MutexUnlock, pthread_mutex_unlock)            \
+  X(MutexAttrInit, pthread_mutexattr_init)        \
+  X(Sigmask, pthread_sigmask)                     \
+  X(Read, read)                                   \
+  X(Readlink, readlink)                           \
+  X(Realloc, realloc)                             \
+  X(Rename, rename)                               \
+  X(Setvbuf, setvbuf)                             \
+  X(Sigaction, sigaction)                         \
+  X(Sigpending, sigpending)                       \
+  X(Sigtimedwait, sigtimedwait)                   \
+  X(Stat, stat)                                   \
+  X(Sync, sync)                                   \
+  X(Syscall, syscall)                             \
+  X(Sysconf, sysconf)                             \
+  X(System, system)                               \
+  X(TimerfdCreate, timerfd_create)                \
+  X(TimerfdSettime, timerfd_settime)              \
+  X(Umask, umask)                                 \
+  X(Unlink, unlink)                               \
   X(Write, write)
 
 enum class Call {
@@ -62,10 +82,14 @@ enum class Call {
 #undef KELP_TEST_ENUMERATOR
 };
 
+// "read", for messages.
+const char* nameOf(Call call);
+
 // While it lives: `skip` calls go through, the next `times` fail with errno `error` (a pthread call returns it; a call
-// that has no failure, like umask and free, is only counted; pthread_join joins all the same), all later ones go
-// through. The result of a failing call is the one that the C library documents: -1, null, MAP_FAILED, EOF or, for
-// fwrite, 0. One fault per call at a time.
+// that has no failure, like umask and free, is only counted), all later ones go through. The result of a failing call
+// is the one that its library documents: -1, null, MAP_FAILED, EOF or, for fread and fwrite, 0. What releases something
+// (close, fclose, munmap, pthread_join) does so all the same, as it does when the system fails it. One fault per call
+// at a time.
 class CallFault {
  public:
   CallFault(Call call, int error, int skip = 0, int times = 1);
@@ -77,6 +101,15 @@ class CallFault {
 
  private:
   Call m_call;
+};
+
+// While it lives, the calling thread's calls are the test's own business: they neither count nor fail.
+class UncountedCalls {
+ public:
+  UncountedCalls();
+  ~UncountedCalls();
+  UncountedCalls(const UncountedCalls&) = delete;
+  UncountedCalls& operator=(const UncountedCalls&) = delete;
 };
 
 // How often the process has called it since it started, failed calls included.

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "PfLog.h"
+#include "support/CallFaults.h"
 
 namespace KelpTest {
 
@@ -133,6 +134,7 @@ void LogCapture::clear() {
 }  // namespace KelpTest
 
 extern "C" int PfLogPrintf(unsigned int level, const char* format, ...) {
+  const KelpTest::UncountedCalls uncounted;
   va_list arguments;
   va_start(arguments, format);
   std::string text = KelpTest::formatLine(format, arguments);
