@@ -70,9 +70,9 @@ template <typename Answer>
 void measure(const std::string& name, const std::string& request, Answer answer) {
   std::ofstream(kRequestFile, std::ios::binary) << request;
   answer();
-  const std::size_t before = allocationCount();
+  const std::size_t before = KelpTest::allocations().blocks;
   answer();
-  const std::size_t allocations = allocationCount() - before;
+  const std::size_t allocations = KelpTest::allocations().blocks - before;
   std::vector<double> rounds;
   for (int round = 0; round < kRounds; ++round) {
     rounds.push_back(cpuNanosecondsOf(answer));

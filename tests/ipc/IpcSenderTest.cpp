@@ -11,7 +11,6 @@
 #include "IpcAddressApp.h"
 #include "IpcSender.h"
 #include "ipc/IpcTestSupport.h"
-#include "ipc/ReplacedAllocator.h"
 #include "ipc/Sigpipe.h"
 #include "ipc/WireMessage.h"
 #include "support/CallFaults.h"
@@ -162,18 +161,6 @@ TEST_F(IpcSenderTest, ADataSizeThatIsNoSizeEndsTheProcess) {
     IpcHeader header = headerFor(dataSize, 5);
     EXPECT_DEATH(sender.send(header, nothing), "Assertion `headerSize \\+ dataSize <= 4096' failed") << dataSize;
   }
-}
-
-TEST_F(IpcSenderTest, SendingAllocatesNothing) {
-  IpcSender sender(kFifoPath);
-  IpcHeader header = headerFor(5, 5);
-  std::string text = "hello";
-  const int allocations = KelpTest::newCount();
-  const int mallocs = callCount(Call::Malloc);
-  const Kelp::CommonReturnCode_t result = sender.send(header, KelpTest::payload<IpcData>(text));
-  EXPECT_EQ(allocations, KelpTest::newCount());
-  EXPECT_EQ(mallocs, callCount(Call::Malloc));
-  EXPECT_EQ(Kelp::CommonReturnCode_Ok, result);
 }
 
 TEST_F(IpcSenderTest, AFifoThatNobodyReadsIsReportedOnceAndFailsEverySend) {

@@ -7,16 +7,11 @@
 
 namespace {
 
-std::atomic<int> s_count{0};
 std::atomic<bool> s_isOutOfMemory{false};
 
 }  // namespace
 
 namespace KelpTest {
-
-int newCount() {
-  return s_count.load();
-}
 
 NoMemoryForNothrowNew::NoMemoryForNothrowNew() {
   s_isOutOfMemory = true;
@@ -29,7 +24,6 @@ NoMemoryForNothrowNew::~NoMemoryForNothrowNew() {
 }  // namespace KelpTest
 
 void* operator new(size_t size) {
-  s_count.fetch_add(1);
   void* const block = malloc(size);
   if (block == nullptr) {
     throw std::bad_alloc();
@@ -38,7 +32,6 @@ void* operator new(size_t size) {
 }
 
 void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  s_count.fetch_add(1);
   return s_isOutOfMemory.load() ? nullptr : malloc(size);
 }
 

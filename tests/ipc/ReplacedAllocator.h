@@ -4,9 +4,6 @@
 
 namespace KelpTest {
 
-// How often the process has allocated an object so far.
-int newCount();
-
 // While it lives, the allocations that may fail, those with std::nothrow, do.
 class NoMemoryForNothrowNew {
  public:
