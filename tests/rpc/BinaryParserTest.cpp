@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <memory>
-#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -19,6 +18,8 @@
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
 #include "support/ObjectType.h"
+#include "support/RandomSource.h"
+#include "support/RequestGenerators.h"
 #include "tests/rpc/ParserTests.h"
 
 namespace {
@@ -37,6 +38,7 @@ using KelpTest::failed;
 using KelpTest::getData;
 using KelpTest::getFile;
 using KelpTest::getString;
+using KelpTest::hostileRecord;
 using KelpTest::invalid;
 using KelpTest::kOutput;
 using KelpTest::kRequest;
@@ -44,11 +46,17 @@ using KelpTest::kUntouched;
 using KelpTest::LogCapture;
 using KelpTest::LogLine;
 using KelpTest::ok;
+using KelpTest::RandomSource;
 using KelpTest::readFile;
 using KelpTest::RequestMember;
+using KelpTest::startRecord;
 using KelpTest::State;
 using KelpTest::stateOf;
+using KelpTest::stopRecord;
 using KelpTest::Text;
+using KelpTest::updateRecord;
+using KelpTest::wellFormedRecord;
+using KelpTest::word;
 using KelpTest::writeFile;
 using GuardedRequest = KelpTest::GuardedRequest<BinaryParser>;
 
@@ -65,27 +73,6 @@ std::unique_ptr<BinaryParser> parse(const std::string& record) {
 
 State stateAfter(const std::string& record) {
   return stateOf(*parse(record));
-}
-
-std::string word(uint32_t value) {
-  std::string bytes;
-  for (unsigned int shift = 0; shift < 32; shift += 8) {
-    bytes += static_cast<char>(value >> shift);
-  }
-  return bytes;
-}
-
-std::string updateRecord(uint32_t installId, const std::string& path) {
-  return word(0) + word(installId) + path + kNul;
-}
-
-std::string startRecord(uint32_t installId, uint32_t processId, std::string arguments, uint32_t callback) {
-  arguments.resize(256, '\0');
-  return word(3) + word(installId) + word(processId) + arguments + word(callback);
-}
-
-std::string stopRecord(uint32_t installId, uint32_t processId, uint32_t callback) {
-  return word(4) + word(installId) + word(processId) + word(callback);
 }
 
 struct Member {
@@ -501,54 +488,21 @@ void expectParsesAsRowByRow(const std::string& record) {
   ASSERT_FALSE(testing::Test::HasFailure()) << testing::PrintToString(record);
 }
 
-std::string randomBytes(std::mt19937& random, std::size_t size, unsigned int nulPercent) {
-  std::string bytes(size, '\0');
-  for (char& byte : bytes) {
-    byte = random() % 100 < nulPercent ? '\0' : static_cast<char>(1 + random() % 255);
-  }
-  return bytes;
-}
-
-uint32_t randomWord(std::mt19937& random) {
-  return static_cast<uint32_t>(random() % 2 == 0 ? random() % 100 : random());
-}
-
-std::string wellFormed(std::mt19937& random) {
-  switch (random() % 5) {
-    case 0:
-      return updateRecord(randomWord(random), randomBytes(random, random() % 487, 0));
-    case 1:
-      return startRecord(randomWord(random), randomWord(random), randomBytes(random, random() % 200, 0),
-                         randomWord(random));
-    case 2:
-      return stopRecord(randomWord(random), randomWord(random), randomWord(random));
-    case 3:
-      return word(5) + word(randomWord(random));
-    default:
-      return word(6);
-  }
-}
-
 TEST(BinaryParserTest, WellFormedRecordsParseAsRowByRow) {
-  std::mt19937 random(1);
+  RandomSource random(1);
   for (int i = 0; i < 10000; ++i) {
-    const std::string record = wellFormed(random);
+    const std::string record = wellFormedRecord(random);
     ASSERT_EQ(BinaryRecordReference(record).state(), State::Done) << testing::PrintToString(record);
     expectParsesAsRowByRow(record);
     ASSERT_FALSE(HasFailure());
   }
 }
 
-// Any code, any length, any bytes; most often a method's, and near its length.
 TEST(BinaryParserTest, HostileRecordsParseAsRowByRow) {
-  std::mt19937 random(2);
+  RandomSource random(2);
   int bad = 0;
   for (int i = 0; i < 10000; ++i) {
-    const uint32_t code = static_cast<uint32_t>(random() % 20 == 0 ? random() : random() % 8);
-    const std::size_t sizes[] = {random() % 20, 256 + random() % 30, random() % 600, 480 + random() % 30};
-    const unsigned int nulPercent = std::vector<unsigned int>{0, 0, 1, 50}[random() % 4];
-    std::string record = word(code) + randomBytes(random, sizes[random() % 4], nulPercent);
-    record.resize(random() % 20 == 0 ? random() % 4 : record.size());
+    const std::string record = hostileRecord(random);
     expectParsesAsRowByRow(record);
     ASSERT_FALSE(HasFailure());
     bad += BinaryRecordReference(record).state() == State::Error ? 1 : 0;

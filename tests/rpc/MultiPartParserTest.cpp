@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -18,6 +17,8 @@
 #include "support/LogCapture.h"
 #include "support/MultiPartReference.h"
 #include "support/ObjectType.h"
+#include "support/RandomSource.h"
+#include "support/RequestGenerators.h"
 #include "tests/rpc/ParserTests.h"
 
 namespace {
@@ -30,6 +31,7 @@ using Kelp::MultiPartParser;
 using KelpTest::Call;
 using KelpTest::callCount;
 using KelpTest::CallFault;
+using KelpTest::damagedForm;
 using KelpTest::expectEveryGetterAnswersInvalidProtocol;
 using KelpTest::failed;
 using KelpTest::getData;
@@ -37,6 +39,8 @@ using KelpTest::getFile;
 using KelpTest::getRaw;
 using KelpTest::getString;
 using KelpTest::invalid;
+using KelpTest::kBase64Digits;
+using KelpTest::kDisposition;
 using KelpTest::kNoMember;
 using KelpTest::kOutput;
 using KelpTest::kRequest;
@@ -45,16 +49,21 @@ using KelpTest::LogCapture;
 using KelpTest::LogLine;
 using KelpTest::MultiPartReference;
 using KelpTest::ok;
+using KelpTest::part;
+using KelpTest::randomBoundary;
+using KelpTest::RandomSource;
 using KelpTest::readFile;
 using KelpTest::RequestMember;
+using KelpTest::scrambledForm;
 using KelpTest::State;
 using KelpTest::stateOf;
 using KelpTest::Text;
+using KelpTest::WellFormedForm;
+using KelpTest::wellFormedForm;
 using KelpTest::writeFile;
 using GuardedRequest = KelpTest::GuardedRequest<MultiPartParser>;
 
 const std::string kBoundary = "--XyZ";
-const std::string kDisposition = "Content-Disposition: form-data; name=";
 const std::size_t kPage = KelpTest::pageSize();
 
 static_assert(!std::is_copy_constructible_v<MultiPartParser> && !std::is_copy_assignable_v<MultiPartParser>,
@@ -64,17 +73,9 @@ std::unique_ptr<MultiPartParser> parse(const std::string& body) {
   return KelpTest::parseRequest<MultiPartParser>(body);
 }
 
-std::string part(const std::string& name, const std::string& data) {
-  return kDisposition + '"' + name + "\"\r\n\r\n" + data + "\r\n";
-}
-
 // A request of ready-made parts.
 std::string request(const std::vector<std::string>& parts, const std::string& boundary = kBoundary) {
-  std::string body = boundary;
-  for (const std::string& each : parts) {
-    body += "\r\n" + each + boundary;
-  }
-  return body + "--\r\n";
+  return KelpTest::form(parts, boundary);
 }
 
 State stateAfter(const std::string& body) {
@@ -575,55 +576,11 @@ void expectParsesAsStepByStep(const std::string& body) {
   expectEqual(*parse(body), body);
 }
 
-std::string randomText(std::mt19937& random, const std::string& characters, std::size_t size) {
-  std::string text(size, ' ');
-  for (char& character : text) {
-    character = characters[random() % characters.size()];
-  }
-  return text;
-}
-
-const std::string kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-std::string randomBoundary(std::mt19937& random) {
-  const std::string dashes(2 + random() % 30, '-');
-  return dashes + randomText(random, kDigits, 1 + random() % 60);
-}
-
-struct WellFormed {
-  std::string body;
-  std::vector<RequestMember> members;
-};
-
-// As clients write it, here and there with headers before and behind the name, and Base64 in lines.
-WellFormed wellFormed(std::mt19937& random) {
-  WellFormed form;
-  std::vector<std::string> parts;
-  std::size_t offset = 0;
-  for (std::size_t i = 0, count = random() % 6; i < count; ++i) {
-    const std::string name = "m" + std::to_string(i) + randomText(random, "abc-_ ", random() % 10);
-    std::string value;
-    std::string data;
-    for (std::size_t line = random() % 5; line > 0; --line) {
-      const std::string text = randomText(random, kDigits, random() % 80);
-      value += text;
-      data += text + (random() % 3 == 0 ? "\n" : "\r\n");
-    }
-    const std::string before = random() % 8 == 0 ? "X-Header: 1\r\n" : "";
-    const std::string file = random() % 3 == 0 ? "; filename=\"a.pkg\"\r\nContent-Type: text/plain" : "";
-    parts.push_back(before + kDisposition + '"' + name + '"' + file + "\r\n\r\n" + data + "\r\n");
-    form.members.push_back({name, offset, value});
-    offset += value.size();
-  }
-  form.body = request(parts, randomBoundary(random));
-  return form;
-}
-
 TEST(MultiPartParserTest, WellFormedRequestsParseAsStepByStepAndAsTheyWereWritten) {
-  std::mt19937 random(1);
+  RandomSource random(1);
   int complete = 0;
   for (int i = 0; i < 10000; ++i) {
-    const WellFormed form = wellFormed(random);
+    const WellFormedForm form = wellFormedForm(random);
     expectParsesAsStepByStep(form.body);
     ASSERT_FALSE(HasFatalFailure());
     const auto parser = parse(form.body);
@@ -638,69 +595,14 @@ TEST(MultiPartParserTest, WellFormedRequestsParseAsStepByStepAndAsTheyWereWritte
   EXPECT_GT(complete, 7000);
 }
 
-// Pieces of requests in any order, and bytes that mean something.
-std::string scrambled(std::mt19937& random, const std::string& boundary) {
-  const std::string nul(1, '\0');
-  const std::vector<std::string> pieces = {"\r\n",
-                                           "\r\n",
-                                           "\r",
-                                           "\n",
-                                           "\n\r",
-                                           "\"",
-                                           "-",
-                                           "--",
-                                           boundary,
-                                           boundary + "--",
-                                           "TWFu",
-                                           "x",
-                                           kDisposition,
-                                           boundary + "\r\n" + part("a", "TWF"),
-                                           part("b", "TW"),
-                                           part("c-", ""),
-                                           "Content-Type: y\r\n",
-                                           nul,
-                                           boundary.substr(0, boundary.size() - 1),
-                                           kDisposition.substr(0, 30)};
-  std::string body = boundary + (random() % 10 == 0 ? "" : "\r\n");
-  for (std::size_t count = random() % 20; count > 0; --count) {
-    const std::string& piece = pieces[random() % pieces.size()];
-    body += piece == nul && random() % 4 != 0 ? "y" : piece;
-  }
-  return body + (random() % 2 == 0 ? boundary + "--" : "");
-}
-
-// A request with some bytes changed, lost or added.
-std::string damaged(std::mt19937& random) {
-  std::string body = wellFormed(random).body;
-  const std::string odd = "\r\n\"-=X" + std::string(1, '\0');
-  for (std::size_t count = 1 + random() % 4; count > 0 && !body.empty(); --count) {
-    const std::size_t position = random() % body.size();
-    switch (random() % 4) {
-      case 0:
-        body[position] = odd[random() % odd.size()];
-        break;
-      case 1:
-        body.erase(position, 1 + random() % 3);
-        break;
-      case 2:
-        body.insert(position, 1, odd[random() % odd.size()]);
-        break;
-      default:
-        body.resize(random() % 8 == 0 ? position : body.size());
-        break;
-    }
-  }
-  return body;
-}
-
 TEST(MultiPartParserTest, HostileRequestsParseAsStepByStep) {
-  std::mt19937 random(2);
+  RandomSource random(2);
   int bad = 0;
   int withMembers = 0;
   for (int i = 0; i < 10000; ++i) {
     std::string boundary = randomBoundary(random);
-    boundary.resize(random() % 5 == 0 ? 2 + random() % 5 : boundary.size());
-    const std::string body = i % 2 == 0 ? scrambled(random, boundary) : damaged(random);
+    boundary.resize(random.oneIn(5) ? 2 + random.below(5) : boundary.size());
+    const std::string body = i % 2 == 0 ? scrambledForm(random, boundary) : damagedForm(random);
     expectParsesAsStepByStep(body);
     ASSERT_FALSE(HasFatalFailure());
     const MultiPartReference steps(body);
@@ -713,11 +615,11 @@ TEST(MultiPartParserTest, HostileRequestsParseAsStepByStep) {
 
 // The data is looked at in blocks; a boundary, a NUL byte and a line end may stand where two of them meet.
 TEST(MultiPartParserTest, LargePartsParseAsStepByStep) {
-  std::mt19937 random(3);
+  RandomSource random(3);
   const std::string boundary = "----WebKitFormBoundary7MA4YWxkTrZu0gWq";
   for (const std::size_t size : {16384UL, 32768UL, 65536UL}) {
     for (std::size_t before = 0; before < 48; ++before) {
-      std::string data = randomText(random, kDigits + "--", size - before);
+      std::string data = random.text(std::string(kBase64Digits) + "--", size - before);
       expectParsesAsStepByStep(request({part("a", data), part("b", "TW")}, boundary));
       data[data.size() - before % 7 - 1] = before % 2 == 0 ? '\n' : '\0';
       expectParsesAsStepByStep(request({part("a", data), part("b", "TW")}, boundary));
@@ -727,12 +629,12 @@ TEST(MultiPartParserTest, LargePartsParseAsStepByStep) {
 }
 
 TEST(MultiPartParserTest, WrappedPartsAndMuchTextWithHyphensParseAsStepByStep) {
-  std::mt19937 random(4);
+  RandomSource random(4);
   for (const std::size_t lineSize : {1UL, 7UL, 8UL, 60UL, 76UL, 1000UL}) {
     for (const std::string lineEnd : {"\r\n", "\n", "\r", "\n\r", "\r\r\n\n"}) {
       std::string data;
       while (data.size() < 100000) {
-        data += randomText(random, kDigits, lineSize) + lineEnd;
+        data += random.text(kBase64Digits, lineSize) + lineEnd;
       }
       expectParsesAsStepByStep(request({part("a", data), part("b", data)}));
     }

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <random>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -21,6 +20,8 @@
 #include "support/CallFaults.h"
 #include "support/LogCapture.h"
 #include "support/QueryStringReference.h"
+#include "support/RandomSource.h"
+#include "support/RequestGenerators.h"
 #include "tests/rpc/ParserTests.h"
 
 namespace {
@@ -39,6 +40,7 @@ using KelpTest::expectEveryGetterAnswersInvalidProtocol;
 using KelpTest::getData;
 using KelpTest::getRaw;
 using KelpTest::getString;
+using KelpTest::hostileQueryString;
 using KelpTest::invalid;
 using KelpTest::isMapped;
 using KelpTest::kNoMember;
@@ -50,9 +52,12 @@ using KelpTest::LogLine;
 using KelpTest::ok;
 using KelpTest::openDescriptors;
 using KelpTest::QueryStringReference;
+using KelpTest::RandomSource;
+using KelpTest::randomUrlEncoded;
 using KelpTest::readFile;
 using KelpTest::RequestMember;
 using KelpTest::Text;
+using KelpTest::wellFormedQueryString;
 using KelpTest::writeFile;
 
 static_assert(!std::is_copy_constructible_v<QueryStringParser> && !std::is_copy_assignable_v<QueryStringParser>,
@@ -399,13 +404,10 @@ TEST(QueryStringParserTest, HexadecimalLeavesTheValueWhenNothingConverts) {
 }
 
 TEST(QueryStringParserTest, HexadecimalIsScannedAsSscanfDoes) {
-  std::mt19937 random(1);
-  const std::string characters = "0123456789abcdefABCDEFxX-- \t\v0000g";
+  RandomSource random(1);
   for (int i = 0; i < 3000; ++i) {
-    std::string text(1 + random() % 12, '0');
-    for (char& character : text) {
-      character = characters[random() % characters.size()];
-    }
+    const uint32_t size = 1 + random.below(12);
+    const std::string text = random.text("0123456789abcdefABCDEFxX-- \t\v0000g", size);
     auto expected = static_cast<unsigned int>(kUntouched);
     sscanf(text.c_str(), "%08X", &expected);
     ASSERT_EQ(getHexadecimal(text), static_cast<int>(expected)) << text;
@@ -547,77 +549,37 @@ void expectParsesAsStepByStep(const std::string& body) {
   expectHoldsMembers(*parser, QueryStringReference(body).members(), body);
 }
 
-std::string escaped(char character) {
-  char text[4];
-  snprintf(text, sizeof text, "%%%02x", static_cast<unsigned char>(character));
-  return text;
-}
-
-// As a well-behaved client writes it; a fifth of the characters needs an escape.
-std::string randomlyEncoded(std::mt19937& random, std::size_t size) {
-  const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-  std::string text;
-  for (std::size_t i = 0; i < size; ++i) {
-    const char character = static_cast<char>(random());
-    text += random() % 5 != 0  ? std::string(1, plain[random() % plain.size()])
-            : character == ' ' ? "+"
-                               : escaped(character);
-  }
-  return text;
-}
-
-std::string wellFormed(std::mt19937& random, std::size_t members, std::size_t longestValue) {
-  std::string body;
-  for (std::size_t i = 0; i < members; ++i) {
-    body += body.empty() ? "" : "&";
-    body += randomlyEncoded(random, 1 + random() % 12) + "=" + randomlyEncoded(random, random() % longestValue);
-  }
-  return body;
-}
-
-// Any bytes, but mostly those with a meaning, in runs now and then.
-std::string hostile(std::mt19937& random, std::size_t size) {
-  const std::string odd = std::string("%%%%%%&&&==+\r\n -+xX!*") + std::string(2, '\0');
-  const unsigned int oddPercent = std::vector<unsigned int>{1, 10, 50, 100}[random() % 4];
-  std::string body;
-  while (body.size() < size) {
-    const char character = random() % 100 < oddPercent ? odd[random() % odd.size()]
-                           : random() % 3 == 0         ? static_cast<char>(random())
-                                                       : "0123456789abcdefABCDEFghXYZ~"[random() % 28];
-    body += std::string(random() % 20 == 0 ? random() % 30 : 1, character);
-  }
-  body.resize(size);
-  return body;
-}
-
 TEST(QueryStringParserTest, WellFormedRequestsParseAsStepByStep) {
-  std::mt19937 random(2);
+  RandomSource random(2);
   for (int i = 0; i < 4000; ++i) {
-    expectParsesAsStepByStep(wellFormed(random, 1 + random() % 8, 1 + random() % 60));
+    const uint32_t members = 1 + random.below(8);
+    const uint32_t longestValue = 1 + random.below(60);
+    expectParsesAsStepByStep(wellFormedQueryString(random, members, longestValue));
     ASSERT_FALSE(HasFatalFailure());
   }
 }
 
 TEST(QueryStringParserTest, HostileRequestsParseAsStepByStep) {
-  std::mt19937 random(3);
+  RandomSource random(3);
   for (int i = 0; i < 10000; ++i) {
-    expectParsesAsStepByStep(hostile(random, random() % 200));
+    const uint32_t size = random.below(200);
+    expectParsesAsStepByStep(hostileQueryString(random, size));
     ASSERT_FALSE(HasFatalFailure());
   }
 }
 
 TEST(QueryStringParserTest, LargeRequestsParseAsStepByStep) {
-  std::mt19937 random(4);
-  expectParsesAsStepByStep("d=" + randomlyEncoded(random, 1000000));
-  expectParsesAsStepByStep(wellFormed(random, 100, 5000));
-  expectParsesAsStepByStep(hostile(random, 30000));
+  RandomSource random(4);
+  expectParsesAsStepByStep("d=" + randomUrlEncoded(random, 1000000));
+  expectParsesAsStepByStep(wellFormedQueryString(random, 100, 5000));
+  expectParsesAsStepByStep(hostileQueryString(random, 30000));
 }
 
 // The table's size is estimated from the members read so far; these deceive the estimate either way.
 TEST(QueryStringParserTest, ManyMembersParseAsStepByStepHoweverTheyAreSpread) {
-  std::mt19937 random(5);
+  RandomSource random(5);
   const std::string few = "d=" + std::string(100000, 'x') + "&";
-  const std::string many = wellFormed(random, 1500, 3);
+  const std::string many = wellFormedQueryString(random, 1500, 3);
   expectParsesAsStepByStep(many);
   expectParsesAsStepByStep(few + many);
   expectParsesAsStepByStep(many + "&" + few);
