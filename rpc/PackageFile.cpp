@@ -20,17 +20,11 @@ constexpr long long kLargestPackage = std::numeric_limits<unsigned int>::max() -
 
 using KelpText = std::unique_ptr<char, void (*)(void*)>;
 
-// Room for the text and, because decoding reads whole groups, for NULs up to the next one; null when memory is out.
+// Room for the text and, because decoding reads whole groups, for NULs behind it; null when memory is out.
 KelpText allocateText(long long size) {
-  if (size > kLargestPackage) {
-    return KelpText(nullptr, SysFunc::kelpFree);
-  }
-  const auto bytes = static_cast<unsigned int>(size);
-  KelpText text(static_cast<char*>(SysFunc::kelpMalloc(bytes + kGroup)), SysFunc::kelpFree);
-  if (text != nullptr) {
-    memset(text.get() + bytes, 0, kGroup);
-  }
-  return text;
+  const bool isTooLarge = size > kLargestPackage;
+  void* const text = isTooLarge ? nullptr : SysFunc::kelpMalloc(static_cast<unsigned int>(size) + kGroup);
+  return KelpText(static_cast<char*>(text), SysFunc::kelpFree);
 }
 
 bool readWhole(const std::string& path, char* data, std::size_t size) {

@@ -397,6 +397,14 @@ TEST(BinaryParserTest, PackageWithoutItsPaddingIsDecodedAsIfItHadSome) {
   EXPECT_EQ(decodedPackage("T"), ok("L"));
 }
 
+// What is dropped leaves its characters, or others, behind the text.
+TEST(BinaryParserTest, PackageWithoutItsPaddingMayHaveLineEndsAndBlanks) {
+  EXPECT_EQ(decodedPackage("TWFuTQ\r\n"), ok("ManM"));
+  EXPECT_EQ(decodedPackage("TWFuTWE\n"), ok("ManMa"));
+  EXPECT_EQ(decodedPackage("TWF TQ"), ok("Ma\x13@"));
+  EXPECT_EQ(decodedPackage("TWFu\r\nTWFu\r\nTQ\r\n"), ok("ManManM"));
+}
+
 TEST(BinaryParserTest, PackageMayBeFetchedAgain) {
   writeFile(kPackage, "TWFu");
   const auto parser = parse(updateRecord(1, kPackage));
