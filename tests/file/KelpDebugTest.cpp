@@ -84,6 +84,15 @@ TEST(KelpDebugTest, LogDirectoryThatExistsStaysAsItIs) {
   chmod(kLogDirectory, 0755);
 }
 
+// What counts is whether anything is there.
+TEST(KelpDebugTest, LogDirectoryIsNotMadeWhereAnEmptyFileStands) {
+  removeLogDirectory();
+  makeFile(kLogDirectory);
+  EXPECT_TRUE(commandsOf([] { KelpDebugCreateLogDir(); }).empty());
+  unlink(kLogDirectory);
+  mkdir(kLogDirectory, 0755);
+}
+
 TEST(KelpDebugTest, FailureToMakeTheLogDirectoryIsLogged) {
   removeLogDirectory();
   EXPECT_EQ(commandsOf([] { KelpDebugCreateLogDir(); }), (std::vector<std::string>{"mkdir -p -m 0755 /var/log/kelp"}));

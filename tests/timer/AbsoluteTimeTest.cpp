@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AbsoluteTime.h"
@@ -108,6 +110,38 @@ TEST(AbsoluteTimeTest, DirectoryInTheFilesPlaceIsMinusOne) {
   EXPECT_EQ(AbsoluteTime::getTime(), -1);
   EXPECT_EQ(log.lines(), failedRead(-1));
   rmdir(kFile);
+}
+
+// The descriptor of this process that leads to the path and is not `other`; -1 where there is none.
+int otherDescriptorOf(const std::string& path, int other) {
+  for (int fd = 0; fd < 100; ++fd) {
+    char target[PATH_MAX];
+    const ssize_t size = readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target, sizeof(target));
+    if (fd != other && size > 0 && std::string(target, static_cast<size_t>(size)) == path) {
+      return fd;
+    }
+  }
+  return -1;
+}
+
+// A FIFO in the file's place holds the call until it gets its 4 bytes.
+TEST(AbsoluteTimeTest, OpensTheFileForReadingAndWithNoOtherFlag) {
+  writeUptime("");
+  unlink(kFile);
+  ASSERT_EQ(mkfifo(kFile, 0600), 0);
+  std::thread reader([] { EXPECT_EQ(AbsoluteTime::getTime(), 8000); });
+  const int writer = open(kFile, O_WRONLY | O_CLOEXEC);
+  int fd = -1;
+  while (fd == -1) {  // the kernel may let the writer go on before the reader has its descriptor
+    std::this_thread::yield();
+    fd = otherDescriptorOf(kFile, writer);
+  }
+  EXPECT_EQ(fcntl(fd, F_GETFL) & (O_ACCMODE | O_APPEND | O_NONBLOCK | O_SYNC), O_RDONLY);
+  EXPECT_FALSE(KelpTest::isCloseOnExec(fd));
+  EXPECT_EQ(write(writer, "\x40\x1F\x00\x00", 4), 4);
+  reader.join();
+  close(writer);
+  unlink(kFile);
 }
 
 TEST(AbsoluteTimeTest, LeavesNoDescriptorOpen) {
