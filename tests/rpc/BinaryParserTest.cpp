@@ -453,6 +453,17 @@ TEST(BinaryParserTest, PackageThatCannotBeReadIsAnIoError) {
   EXPECT_EQ(fault.hits(), 1);
 }
 
+// A file of the kernel's, which shows a page as its size and holds a few bytes.
+TEST(BinaryParserTest, PackageThatIsShorterThanItsSizeIsAnIoError) {
+  const std::string path = "/sys/devices/system/cpu/online";
+  if (Kelp::SysFunc::kelpStat(path) <= 0) {
+    GTEST_SKIP() << "no such file on this machine";
+  }
+  ASSERT_LT(static_cast<long long>(readFile(path).size()), Kelp::SysFunc::kelpStat(path));
+  EXPECT_EQ(getFile(*parse(updateRecord(1, path)), "applicationPackage"), failed(CommonReturnCode_IoError));
+  EXPECT_NE(access(kOutput, F_OK), 0);
+}
+
 TEST(BinaryParserTest, OutputThatCannotBeWrittenIsAnIoErrorAndLeavesNoDescriptor) {
   writeFile(kPackage, "TWFu");
   const auto parser = parse(updateRecord(1, kPackage));

@@ -15,6 +15,7 @@
 #include "ApplicationInfoList.h"
 #include "BinarySerializer.h"
 #include "support/CallFaults.h"
+#include "support/Descriptors.h"
 #include "support/LogCapture.h"
 #include "support/ObjectType.h"
 
@@ -102,6 +103,13 @@ TEST_F(BinarySerializerTest, CreatesTheFileForItsOwnerAlone) {
   ASSERT_EQ(stat(kResponse, &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0600U);
   EXPECT_EQ(serializer.getOutputFile(), kResponse);
+}
+
+TEST_F(BinarySerializerTest, OpensTheFileForWritingAlone) {
+  const int fd = KelpTest::nextFreeFd();
+  const BinarySerializer serializer(kResponse);
+  EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_WRONLY);
+  EXPECT_TRUE(KelpTest::isCloseOnExec(fd));
 }
 
 TEST_F(BinarySerializerTest, ClosesTheFile) {
@@ -288,6 +296,12 @@ TEST_F(BinarySerializerTest, FileThatCannotBeOpenedMakesEveryPutAnIoError) {
   EXPECT_EQ(callCount(Call::Write) - before, 1);  // attempted all the same
   expectEveryPutFails(serializer);
   EXPECT_EQ(log.errors().size(), 1U);
+}
+
+TEST_F(BinarySerializerTest, FileThatCannotBeOpenedIsAnErrorBeforeAnythingIsWritten) {
+  BinarySerializer serializer("/tmp/missing/response");
+  char byte = 'x';
+  EXPECT_EQ(serializer.writeParam(&byte, 0), CommonReturnCode_IoError);
 }
 
 TEST_F(BinarySerializerTest, FailedWriteMakesEveryLaterPutAnIoError) {
