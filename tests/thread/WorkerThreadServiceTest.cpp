@@ -619,4 +619,36 @@ TEST(WorkerThreadServiceDeathTest, RequestThatTheChannelRefusesIsLoggedAndLost) 
       testing::ExitedWithCode(0), "");
 }
 
+// The same on the way back.
+TEST(WorkerThreadServiceDeathTest, AnswerThatTheLoopsChannelRefusesIsLoggedAndLost) {
+  EXPECT_EXIT(
+      {
+        const Service service(1);
+        EventLooperMultiWait looper;
+        std::promise<void> arePut;
+        std::unique_ptr<CallFault> fault;
+        FunctionRequest lost([&] {
+          arePut.get_future().wait();  // the next write is the answer
+          fault = std::make_unique<CallFault>(Call::Write, EIO);
+        });
+        FunctionRequest answered;
+        std::vector<WorkerThreadExecId_t> ids;
+        FunctionObserver observer([&](WorkerThreadExecId_t id, FunctionObserver::Request&) {
+          ids.push_back(id);
+          looper.exitEventLoop();
+        });
+        const LogCapture log;
+        run(looper, [&] {
+          put(lost, observer);
+          put(answered, observer);
+          arePut.set_value();
+        });
+        const std::vector<KelpTest::LogLine> expected{
+            KelpTest::errorLine("ExecObjectEventSender.cpp", 50, "send", "###ERROR###\n")};
+        const bool isRight = ids == std::vector<WorkerThreadExecId_t>{1} && log.errors() == expected;
+        _exit(isRight ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
 }  // namespace

@@ -106,6 +106,17 @@ TEST_F(WorkerThreadDeathTest, JoiningAThreadThatEndedOtherwiseEndsTheProcess) {
       "WorkerThread\\.cpp:63: void Kelp::WorkerThread::join\\(\\): Assertion `p == this' failed");
 }
 
+TEST_F(WorkerThreadDeathTest, ExitValueIsLookedAtBeforeTheJoinsResult) {
+  EXPECT_DEATH(
+      {
+        m_worker.start();
+        send([] { pthread_exit(nullptr); });
+        const CallFault fault(Call::ThreadJoin, EINVAL);
+        m_worker.join();
+      },
+      "WorkerThread\\.cpp:63: ");
+}
+
 TEST_F(WorkerThreadDeathTest, FailedJoinEndsTheProcess) {
   EXPECT_DEATH(
       {
