@@ -425,7 +425,7 @@ CommonReturnCode_t AppPrefList::AppPrefRestore(const std::string& path, std::vec
   const CommonReturnCode_t result =
       saved.getMinorVersion() == m_minorVersion ? carryOverAll(saved, changed) : carryOverSame(saved, changed);
   if (result == CommonReturnCode_Ok) {
-    writeFile(m_path);  // a failure leaves its own line: the values are restored all the same
+    writeFile(m_path);  // whether it succeeds or not: the values are restored
   }
   return result;
 }

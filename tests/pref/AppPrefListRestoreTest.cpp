@@ -71,12 +71,16 @@ std::string octal(unsigned crc) {
   return text;
 }
 
-// The saved form of a preference file: its canonical text, with the checksum in the form that `crcText` gives it.
-std::string savedForm(const std::string& json, std::string (*crcText)(unsigned) = decimal) {
-  writeText("/tmp/source.json", json);
-  const std::string text = canonicalText(AppPrefList("/tmp/source.json", false, 0));
+// A canonical text with its checksum, in the form that `crcText` gives it.
+std::string withChecksum(const std::string& text, std::string (*crcText)(unsigned) = decimal) {
   const unsigned crc = crcCalculator::getCRC(reinterpret_cast<const unsigned char*>(text.data()), text.size());
   return replaced(text, "{", "{\"appPreferenceCrc\":\"" + crcText(crc) + "\",");
+}
+
+// The saved form of a preference file: its canonical text, with the checksum.
+std::string savedForm(const std::string& json, std::string (*crcText)(unsigned) = decimal) {
+  writeText("/tmp/source.json", json);
+  return withChecksum(canonicalText(AppPrefList("/tmp/source.json", false, 0)), crcText);
 }
 
 std::string withMinor(const std::string& json, const std::string& minor) {
@@ -174,6 +178,18 @@ TEST_F(AppPrefListRestoreTest, ChecksumAndIdentifierGoToTheTraceLevel) {
   EXPECT_TRUE(log.errors().empty());
 }
 
+TEST_F(AppPrefListRestoreTest, ChecksumAndIdentifierAreShownBeforeTheyAreExamined) {
+  const std::string saved = replaced(kAllTypesWritten, "{", "{\"appPreferenceCrc\":\"12x\",");
+  {
+    const LogCapture log;
+    EXPECT_EQ(restore(saved), kRefused);
+    EXPECT_EQ(messagesOf(log.lines()), (Names{"appPreferenceCrc: 12x", "appPreferenceCrc is not integer"}));
+  }
+  const LogCapture log;
+  EXPECT_EQ(restore(replaced(replaced(saved, "12x", "12"), "0000A012", "A012x")), kRefused);
+  EXPECT_EQ(messagesOf(log.lines()), (Names{"appPreferenceCrc: 12", "funcId: A012x", "FuncId is not integer"}));
+}
+
 TEST_F(AppPrefListRestoreTest, AnyByteOfAValueThatChangedIsRefused) {
   const std::string saved = savedForm(otherDay());
   for (const auto& [from, to] : {std::pair("\"43\"", "\"44\""), std::pair("front door", "front dour"),
@@ -268,9 +284,12 @@ const Broken kBroken[] = {
     {"major", "main", "majorVersion is NULL"},
     {"\"major\":\"1\"", "\"major\":\"\"", "majorVersion is NULL"},
     {"\"major\":\"1\"", "\"major\":\"1a\"", "majorVersion is not integer"},
+    {"\"major\":\"1\"", "\"major\":\"0x1\"", "majorVersion is not integer"},
+    {"\"major\":\"1\"", "\"major\":\"99999999999999999999\"", "majorVersion is not integer"},
     {"minor", "side", "minorVersion is NULL"},
     {"\"minor\":\"2\"", "\"minor\":\"\"", "minorVersion is NULL"},
     {"\"minor\":\"2\"", "\"minor\":\"b\"", "majorVersion is not integer"},
+    {"\"minor\":\"2\"", "\"minor\":\"0x2\"", "majorVersion is not integer"},
     {"\"preference\"", "\"items\"", "AppPrefList is NULL"},
     {"\"value\":\"42\"", "\"worth\":\"42\"", "ERROR:decompose error."},
     {"\"Integer\"", "\"Number\"", "ERROR:decompose error."},
@@ -284,6 +303,25 @@ TEST_P(AppPrefListRestoreRefusalTest, LeavesTheLineOfItsFault) {
 
 INSTANTIATE_TEST_SUITE_P(Faults, AppPrefListRestoreRefusalTest,
                          testing::Range(0, static_cast<int>(sizeof kBroken / sizeof *kBroken)));
+
+// Each fault here stands before those above it in the order of examination, and is the one that is logged.
+TEST_F(AppPrefListRestoreTest, OnlyTheFirstOfSeveralFaultsIsLogged) {
+  const Broken faults[] = {
+      {"\"value\":\"front door\"", "\"value\":\"back door\"", "CRC ERROR"},
+      {"\"value\":\"43\"", "\"worth\":\"43\"", "ERROR:decompose error."},
+      {"\"preference\"", "\"items\"", "AppPrefList is NULL"},
+      {"\"minor\":\"2\"", "\"minor\":\"\"", "minorVersion is NULL"},
+      {"\"major\":\"7\"", "\"major\":\"7a\"", "majorVersion is not integer"},
+      {"\"0000A012\"", "\"0000A013\"", "FuncId is not different"},
+      {"\"appPreferenceCrc\":\"", "\"appPreferenceCrc\":\"x", "appPreferenceCrc is not integer"},
+  };
+  std::string saved = savedForm(replaced(otherDay(), R"("major": "1")", R"("major": "7")"));
+  expectRefused(saved, {"Major Version ERROR"});
+  for (const Broken& fault : faults) {
+    saved = replaced(saved, fault.from, fault.to);
+    expectRefused(saved, {fault.message});
+  }
+}
 
 TEST_F(AppPrefListRestoreTest, PreferencesThatAreNoArrayAreRefused) {
   expectRefused(R"({"appPreferenceCrc":"1","funcId":"A012","preferenceVersion":{"major":"1","minor":"2"},)"
@@ -317,6 +355,12 @@ TEST_F(AppPrefListRestoreTest, ExtraItemOfAnotherMinorVersionIsIgnored) {
   EXPECT_EQ(m_changed, (Names{"integer", "enumeration"}));
   EXPECT_EQ(m_list->getAppPref("extra"), nullptr);
   EXPECT_EQ(m_list->getMinorPrefVersion(), "2");
+}
+
+TEST_F(AppPrefListRestoreTest, MinorVersionsAreDecimalNumbersComparedAsTexts) {
+  for (const std::string minor : {"02", "08"}) {
+    EXPECT_EQ(restore(savedForm(withMinor(withExtraItem(), minor))), kOk) << minor;
+  }
 }
 
 TEST_F(AppPrefListRestoreTest, MissingItemOfAnotherMinorVersionKeepsItsValue) {
@@ -378,6 +422,35 @@ TEST_F(AppPrefListRestoreTest, RefusedValueOfAnotherMinorVersionStopsTheRestoreT
   EXPECT_EQ(m_changed, Names{"integer"});
   EXPECT_EQ(valueOf("enumeration"), "off");
   EXPECT_EQ(readText(kPrefPath), allTypesJson());
+}
+
+// Its checksum is that of the text that a list with such an item has.
+TEST_F(AppPrefListRestoreTest, SavedItemInErrorHasAnEmptyValue) {
+  const std::string from = "\"value\":\"TRUE\"";
+  const std::string saved = withChecksum(replaced(kAllTypesWritten, from, "\"value\":\"\""));
+  const std::string inError = replaced(saved, "\"value\":\"\"", "\"value\":\"true\"");
+  const LogCapture log;
+  EXPECT_EQ(restore(inError), kInvalidParameter);  // no Boolean takes an empty text
+  EXPECT_EQ(messagesOf(log.errors()), Names{"SET PREF ERROR."});
+  expectUntouched();
+}
+
+TEST_F(AppPrefListRestoreTest, ValuesWhoseFileIsTooLongToBeWrittenAreRestoredInMemory) {
+  std::vector<std::string> items;
+  for (int i = 0; i < 1000; ++i) {
+    items.push_back(itemJson("pref" + std::to_string(i), "String", "", i == 0 ? "old" : std::string(40, 'v')));
+  }
+  const std::string json = fileJson(items);
+  writeText(kPrefPath, json);
+  m_list = std::make_unique<AppPrefList>(kPrefPath, false, 0);
+  ASSERT_FALSE(m_list->hasError());
+  const std::string saved = savedForm(replaced(json, "\"old\"", "\"new\""));
+  const LogCapture log;
+  EXPECT_EQ(restore(saved), kOk);
+  EXPECT_TRUE(log.errors().empty());
+  EXPECT_EQ(m_changed, Names{"pref0"});
+  EXPECT_EQ(valueOf("pref0"), "new");
+  EXPECT_EQ(readText(kPrefPath), json);
 }
 
 TEST_F(AppPrefListRestoreTest, FailedWriteDoesNotTakeTheValuesBack) {
