@@ -112,6 +112,14 @@ void cover(const char* path, const char* options) {
   }
 }
 
+// What root's tests write to but must not be able to remove or replace, whatever the library under test does: there is
+// one for the whole machine. Nothing can be removed that something is mounted on.
+void protect(const char* path) {
+  if (access(path, F_OK) == 0 && mount(path, path, nullptr, MS_BIND, nullptr) != 0) {
+    fail(path);
+  }
+}
+
 }  // namespace
 
 void enterPrivateNamespace(char** argv) {
@@ -122,6 +130,8 @@ void enterPrivateNamespace(char** argv) {
   cover("/tmp", "mode=1777");
   cover("/mnt", "mode=0755");
   cover("/var/log", "mode=0755");
+  protect("/dev/full");
+  protect("/dev/null");
   for (const char* directory : {"/tmp/Kelp", "/tmp/Kelpapp", "/mnt/system/kelp", "/mnt/log/kelp", "/var/log/kelp"}) {
     makeDirectories(directory);
   }

@@ -1,5 +1,6 @@
 // Gives the test process file systems of its own at /tmp, /mnt and /var/log, so that the platform's fixed paths are
-// real and the machine stays untouched, however many tests run at once.
+// real and the machine stays untouched, however many tests run at once. The devices that tests write to cannot be
+// removed or replaced by them.
 #ifndef KELP_TESTS_SUPPORT_PRIVATE_NAMESPACE_H
 #define KELP_TESTS_SUPPORT_PRIVATE_NAMESPACE_H
 
