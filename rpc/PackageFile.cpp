@@ -54,7 +54,8 @@ CommonReturnCode_t decodePackage(const std::string& source, const std::string& d
   if (!readWhole(source, text.get(), static_cast<std::size_t>(size))) {
     return CommonReturnCode_IoError;
   }
-  const char* const end = packText(text.get(), text.get() + size, text.get(), "\n\r ");
+  char* const end = packText(text.get(), text.get() + size, text.get(), "\n\r ");
+  memset(end, 0, kGroup);  // what packing left there is no part of the last group
   unsigned int decodedSize = 0;
   const CommonReturnCode_t result =
       Base64EncDec().getBase64(text.get(), static_cast<unsigned int>(end - text.get()), decodedSize);

@@ -401,7 +401,7 @@ TEST(BinaryParserTest, PackageWithoutItsPaddingIsDecodedAsIfItHadSome) {
 TEST(BinaryParserTest, PackageWithoutItsPaddingMayHaveLineEndsAndBlanks) {
   EXPECT_EQ(decodedPackage("TWFuTQ\r\n"), ok("ManM"));
   EXPECT_EQ(decodedPackage("TWFuTWE\n"), ok("ManMa"));
-  EXPECT_EQ(decodedPackage("TWF TQ"), ok("Ma\x13@"));
+  EXPECT_EQ(decodedPackage("TWF TQ"), ok("MaS@"));
   EXPECT_EQ(decodedPackage("TWFu\r\nTWFu\r\nTQ\r\n"), ok("ManManM"));
 }
 
