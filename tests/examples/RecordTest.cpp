@@ -4,6 +4,7 @@
 #include <random>
 
 #include "common/Record.h"
+#include "support/Vectors.h"
 
 namespace KelpExample {
 namespace {
@@ -51,12 +52,7 @@ TEST(RecordTest, WhatIsEncodedComesBack) {
 }
 
 TEST(RecordTest, AnItemIsThreeWordsTheNameAndTheValue) {
-  Record record;
-  record.putString("ab", "xyz");
-  record.putDecimal("n", 7);
-  const int32_t seven = 7;
-  const std::string number(reinterpret_cast<const char*>(&seven), 4);
-  EXPECT_EQ(itemBytes(1, 2, 3, "abxyz") + itemBytes(2, 1, 4, "n" + number), record.encode());
+  EXPECT_EQ(KelpTest::vectorOf("records.txt", "record with an item of each kind"), fullRecord().encode());
 }
 
 TEST(RecordTest, OnlyTheOutermostItemsAreFound) {

@@ -117,13 +117,6 @@ TEST_F(IpcEventSenderTest, IsRegisteredUnderItsType) {
   EXPECT_EQ(26, KelpTest::objectTypeOf(requester));
 }
 
-TEST_F(IpcEventSenderTest, AOneWayRequestHasNoSession) {
-  IpcEventSender sender(IpcAddressCore(), IpcAddressApp(3, 1));
-  std::string text = "report";
-  EXPECT_EQ(Kelp::CommonReturnCode_Ok, sender.sendOneWayRequest(payload<IpcDataOneWayRequest>(text), 6));
-  EXPECT_EQ(makeMessage(0, 0xFFFFFFFF, 0, 3, 1, "report"), sent());
-}
-
 TEST_F(IpcEventSenderTest, ARequestCarriesAFreshSessionAndTheReceiversAddress) {
   IpcEventSender sender(IpcAddressCore(), receiver());
   ResponseRecorder handler;
@@ -131,20 +124,6 @@ TEST_F(IpcEventSenderTest, ARequestCarriesAFreshSessionAndTheReceiversAddress) {
   EXPECT_EQ(Kelp::CommonReturnCode_Ok, sendRequest(sender, handler, sessionId, -1));
   EXPECT_EQ(1U, sessionId);
   EXPECT_EQ(makeMessage(1, 1, 1, 1234, 0, "ask"), sent());
-}
-
-TEST_F(IpcEventSenderTest, AResponseCarriesTheSessionOfItsRequest) {
-  IpcEventSender sender(IpcAddressCore(), IpcAddressApp(3, 1));
-  std::string text = "answer";
-  EXPECT_EQ(Kelp::CommonReturnCode_Ok, sender.sendResponse(7, payload<IpcDataResponse>(text), 6));
-  EXPECT_EQ(makeMessage(2, 7, 0, 3, 1, "answer"), sent());
-}
-
-TEST_F(IpcEventSenderTest, AnErrorResponseIsAHeaderAlone) {
-  IpcEventSender sender{IpcAddressCore(), IpcAddressCore()};
-  EXPECT_EQ(Kelp::CommonReturnCode_Ok, sender.sendResponseError(7));
-  EXPECT_EQ(32, KelpTest::bytesWaiting(core()));
-  EXPECT_EQ(makeMessage(3, 7, 2, 0xCCCCCCCC, 0, ""), sent());
 }
 
 TEST_F(IpcEventSenderTest, EverySendIsOneWrite) {

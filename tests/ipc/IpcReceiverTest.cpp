@@ -132,19 +132,6 @@ TEST_F(IpcReceiverTest, IsRegisteredUnderItsType) {
   EXPECT_EQ(27, KelpTest::objectTypeOf(receiver()));
 }
 
-TEST_F(IpcReceiverTest, ReceivesHeaderAndPayload) {
-  write(makeMessage(1, 0x80000001, 0, 3, 1, "hello"));
-  const Received received(receiver());
-  EXPECT_EQ(Kelp::CommonReturnCode_Ok, received.result);
-  EXPECT_EQ(Kelp::IpcMessageKind_Request, received.header.kind);
-  EXPECT_EQ(0x80000001, received.header.sessionId);
-  EXPECT_EQ(Kelp::IpcAddressType_App, received.header.srcAddressType);
-  EXPECT_EQ(3, received.header.srcSpecificId.app.firstId);
-  EXPECT_EQ(1, received.header.srcSpecificId.app.secondId);
-  EXPECT_EQ(5, received.header.dataSize);
-  EXPECT_EQ("hello", received.text);
-}
-
 TEST_F(IpcReceiverTest, AMessageWithoutPayloadHasNullData) {
   write(makeMessage(0, 5, 2, 0, 0, ""));
   const Received received(receiver());

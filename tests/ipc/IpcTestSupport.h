@@ -2,6 +2,7 @@
 #ifndef KELP_TESTS_IPC_IPC_TEST_SUPPORT_H
 #define KELP_TESTS_IPC_IPC_TEST_SUPPORT_H
 
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -39,7 +40,7 @@ class DescriptorShortage {
 
  private:
   std::vector<int> m_fillers;
-  unsigned long m_softLimit;
+  rlim_t m_softLimit;
 };
 
 // A child process that runs `body` and exits with its result. It is killed and reaped at the latest when the object

@@ -20,6 +20,7 @@
 #include "support/ObjectType.h"
 #include "support/RandomSource.h"
 #include "support/RequestGenerators.h"
+#include "support/Vectors.h"
 #include "tests/rpc/ParserTests.h"
 
 namespace {
@@ -75,6 +76,10 @@ State stateAfter(const std::string& record) {
   return stateOf(*parse(record));
 }
 
+std::unique_ptr<BinaryParser> parseVector(const std::string& name) {
+  return parse(KelpTest::vectorOf("requests.txt", name));
+}
+
 struct Member {
   std::string name;
   std::string value;
@@ -102,8 +107,8 @@ TEST(BinaryParserTest, RegistersUnderItsObjectType) {
   EXPECT_EQ(KelpTest::objectTypeOf(*parse("")), 2);
 }
 
-TEST(BinaryParserTest, StopApplicationByteForByte) {
-  const auto parser = parse(std::string("\x04\0\0\0\x1A\0\0\0\x03\0\0\0\x01\0\0\0", 16));
+TEST(BinaryParserTest, StopApplicationHasItsMembersOneBehindTheOther) {
+  const auto parser = parseVector("stopApplication");
   expectMembers(*parser,
                 {{"methodName", "stopApplication"}, {"installId", "0000001A"}, {"processId", "3"}, {"callback", "1"}});
   long offset = -1;
@@ -112,32 +117,37 @@ TEST(BinaryParserTest, StopApplicationByteForByte) {
 }
 
 TEST(BinaryParserTest, StartApplicationHasItsArgumentsLast) {
-  expectMembers(*parse(startRecord(0xFFFFFFFF, 7, "--verbose 1", 2)), {{"methodName", "startApplication"},
-                                                                       {"installId", "FFFFFFFF"},
-                                                                       {"processId", "7"},
-                                                                       {"callback", "2"},
-                                                                       {"args", "--verbose 1"}});
+  expectMembers(*parseVector("startApplication"), {{"methodName", "startApplication"},
+                                                   {"installId", "FFFFFFFF"},
+                                                   {"processId", "7"},
+                                                   {"callback", "2"},
+                                                   {"args", "--verbose 1"}});
+  expectMembers(*parseVector("startApplication with the longest arguments"), {{"methodName", "startApplication"},
+                                                                              {"installId", "01020304"},
+                                                                              {"processId", "2147483647"},
+                                                                              {"callback", "-2"},
+                                                                              {"args", std::string(255, 'a')}});
 }
 
 TEST(BinaryParserTest, UpdateApplicationNamesAPackage) {
   expectMembers(
-      *parse(updateRecord(0xABCDEF, "/tmp/package")),
+      *parseVector("updateApplication"),
       {{"methodName", "updateApplication"}, {"installId", "00ABCDEF"}, {"applicationPackage", "/tmp/package"}});
 }
 
 TEST(BinaryParserTest, InitAllDataHasAResetCode) {
-  expectMembers(*parse(word(5) + word(12)), {{"methodName", "initAllData"}, {"resetCode", "12"}});
+  expectMembers(*parseVector("initAllData"), {{"methodName", "initAllData"}, {"resetCode", "12"}});
 }
 
 TEST(BinaryParserTest, GetApplicationListHasItsNameOnly) {
-  const auto parser = parse(word(6));
+  const auto parser = parseVector("getApplicationList");
   expectMembers(*parser, {{"methodName", "getApplicationList"}});
   expectEveryGetterAnswersInvalidProtocol(*parser, "installId");
 }
 
 TEST(BinaryParserTest, WordsAreSignedButForTheInstallId) {
   expectMembers(
-      *parse(stopRecord(0x80000000, 0x80000000, 0xFFFFFFFF)),
+      *parseVector("stopApplication with words that have their highest bit"),
       {{"methodName", "stopApplication"}, {"installId", "80000000"}, {"processId", "-2147483648"}, {"callback", "-1"}});
 }
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -18,6 +19,7 @@
 #include "support/Descriptors.h"
 #include "support/LogCapture.h"
 #include "support/ObjectType.h"
+#include "support/Vectors.h"
 
 namespace {
 
@@ -85,6 +87,10 @@ std::string written(int number, const std::vector<ApplicationInfoList_t>& list) 
   return contentOf(kResponse);
 }
 
+std::string responseVector(const std::string& name) {
+  return KelpTest::vectorOf("responses.txt", name);
+}
+
 std::string recordOf(const ApplicationInfoList_t& entry) {
   return written(0, {entry}).substr(8);
 }
@@ -133,18 +139,19 @@ TEST_F(BinarySerializerTest, CodesAreOneWord) {
     unlink(kResponse);
     BinarySerializer serializer(kResponse);
     EXPECT_EQ((serializer.*put)(CommonReturnCode_InvalidExecId), CommonReturnCode_Ok);
-    EXPECT_EQ(contentOf(kResponse), std::string("\x05\0\0\0", 4));
+    EXPECT_EQ(contentOf(kResponse), responseVector("fault 5"));
+    EXPECT_EQ((serializer.*put)(Kelp::CommonReturnCode_InvalidApplicationPreference), CommonReturnCode_Ok);
     EXPECT_EQ((serializer.*put)(CommonReturnCode_Ok), CommonReturnCode_Ok);
-    EXPECT_EQ(contentOf(kResponse), word(5) + word(0));
+    EXPECT_EQ(contentOf(kResponse), responseVector("fault 5") + responseVector("code 22") + responseVector("zero"));
   }
 }
 
 TEST_F(BinarySerializerTest, StartAndStopAreAnsweredByAZero) {
   BinarySerializer serializer(kResponse);
   EXPECT_EQ(serializer.putParamForStartApp(), CommonReturnCode_Ok);
-  EXPECT_EQ(contentOf(kResponse), std::string(4, '\0'));
+  EXPECT_EQ(contentOf(kResponse), responseVector("zero"));
   EXPECT_EQ(serializer.putParamForStopApp(), CommonReturnCode_Ok);
-  EXPECT_EQ(contentOf(kResponse), std::string(8, '\0'));
+  EXPECT_EQ(contentOf(kResponse), responseVector("zero") + responseVector("zero"));
 }
 
 TEST_F(BinarySerializerTest, BytesAreWrittenAsTheyAre) {
@@ -158,8 +165,7 @@ TEST_F(BinarySerializerTest, BytesAreWrittenAsTheyAre) {
 // --- The list
 
 TEST_F(BinarySerializerTest, EmptyListIsItsHeader) {
-  EXPECT_EQ(written(0, {}), word(0) + word(0));
-  EXPECT_EQ(written(-2, {}), word(0) + word(-2));
+  EXPECT_EQ(written(-2, {}), responseVector("empty list of the number -2"));
 }
 
 TEST_F(BinarySerializerTest, NumberIsWrittenAsItIsWhateverTheListsLength) {
@@ -168,18 +174,14 @@ TEST_F(BinarySerializerTest, NumberIsWrittenAsItIsWhateverTheListsLength) {
   EXPECT_EQ(response.size(), 8U + 3U * 4416U);
 }
 
-TEST_F(BinarySerializerTest, ListOfOneByteForByte) {
-  const ApplicationInfoList_t entry = {7, 2, "1.0", {0, 0, 0, 0}, {}, {}};
-  EXPECT_EQ(written(1, {entry}), word(0) + word(1) + word(7) + word(2) + field("1.0", 8) + std::string(16, '\0') +
-                                     std::string(32, '\xFF') + unusedSlots(64));
-}
-
 TEST_F(BinarySerializerTest, RecordHasAllValuesAtTheirPlaces) {
-  const ApplicationInfoList_t entry = {
+  EXPECT_EQ(written(1, {{7, 2, "1.0", {0, 0, 0, 0}, {}, {}}}), responseVector("list of one"));
+  const ApplicationInfoList_t first = {
       -1, 0x01020304, "version", {1, 2, 3, -4}, {{5, 6}, {7, 8}}, {{9, "nine"}, {10, ""}}};
-  EXPECT_EQ(recordOf(entry), word(-1) + word(0x01020304) + field("version", 8) + word(1) + word(2) + word(3) +
-                                 word(-4) + word(5) + word(6) + word(7) + word(8) + wordsOf(4, -1) + word(9) +
-                                 field("nine", 64) + word(10) + field("", 64) + unusedSlots(62));
+  ApplicationInfoList_t second = {INT_MIN, INT_MAX, "12345678", {INT_MAX, INT_MIN, 256, 65536}, {}, {}};
+  second.pairs = {{0, 0}, {1, 1}, {2, 2}, {3, 3}};
+  second.slots.resize(64, {11, std::string(64, 'y')});
+  EXPECT_EQ(written(77, {first, second}), responseVector("list of two"));
 }
 
 TEST_F(BinarySerializerTest, RecordsStandInTheListsOrder) {

@@ -11,6 +11,7 @@
 #include "BinarySerializer.h"
 #include "ResponseEncoderForBinary.h"
 #include "support/ObjectType.h"
+#include "support/Vectors.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ TEST(ResponseEncoderForBinaryTest, IsRegisteredWithItsType) {
 }
 
 TEST(ResponseEncoderForBinaryTest, CodesGoToTheSerializer) {
-  const std::string code("\x05\0\0\0", 4);
+  const std::string code = KelpTest::vectorOf("responses.txt", "fault 5");
   EXPECT_EQ(written([](auto& encoder) { return encoder.putParamForInitAllData(CommonReturnCode_InvalidExecId); }),
             code);
   EXPECT_EQ(written([](auto& encoder) { return encoder.putParamForUpdateApplication(CommonReturnCode_InvalidExecId); }),
@@ -50,18 +51,16 @@ TEST(ResponseEncoderForBinaryTest, CodesGoToTheSerializer) {
 }
 
 TEST(ResponseEncoderForBinaryTest, StartAndStopAreAZero) {
-  EXPECT_EQ(written([](auto& encoder) { return encoder.putParamForStartApp(); }), std::string(4, '\0'));
-  EXPECT_EQ(written([](auto& encoder) { return encoder.putParamForStopApp(); }), std::string(4, '\0'));
+  const std::string zero = KelpTest::vectorOf("responses.txt", "zero");
+  EXPECT_EQ(written([](auto& encoder) { return encoder.putParamForStartApp(); }), zero);
+  EXPECT_EQ(written([](auto& encoder) { return encoder.putParamForStopApp(); }), zero);
 }
 
 TEST(ResponseEncoderForBinaryTest, ListGoesToTheSerializer) {
   const std::string response = written([](auto& encoder) {
     return encoder.putParamForGetAppList(1, {{7, 2, "1.0", {}, {}, {}}});
   });
-  EXPECT_EQ(response.size(), 8U + 4416U);
-  EXPECT_EQ(response.substr(0, 20), std::string("\0\0\0\0\1\0\0\0\7\0\0\0\2\0\0\0"
-                                                "1.0\0",
-                                                20));
+  EXPECT_EQ(response, KelpTest::vectorOf("responses.txt", "list of one"));
 }
 
 TEST(ResponseEncoderForBinaryTest, SerializersResultIsTheResult) {

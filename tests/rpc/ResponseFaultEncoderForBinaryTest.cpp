@@ -8,6 +8,7 @@
 #include "BinarySerializer.h"
 #include "ResponseFaultEncoderForBinary.h"
 #include "support/ObjectType.h"
+#include "support/Vectors.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ TEST(ResponseFaultEncoderForBinaryTest, CodeGoesToTheSerializer) {
   EXPECT_EQ(ResponseFaultEncoderForBinary(serializer).putParamForReturnCodeError(CommonReturnCode_InvalidExecId),
             CommonReturnCode_Ok);
   std::ifstream file(kResponse, std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), std::string("\x05\0\0\0", 4));
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), KelpTest::vectorOf("responses.txt", "fault 5"));
 }
 
 TEST(ResponseFaultEncoderForBinaryTest, SerializersResultIsTheResult) {
