@@ -282,17 +282,21 @@ const Broken kBroken[] = {
     {"preferenceVersion", "version", "preferenceVersion is NULL"},
     {"{\n    \"major\":\"1\",\n    \"minor\":\"2\"\n  }", "\"1.2\"", "preferenceVersion is NULL"},
     {"major", "main", "majorVersion is NULL"},
+    {"\"major\":\"1\"", "\"major\":{}", "majorVersion is NULL"},
     {"\"major\":\"1\"", "\"major\":\"\"", "majorVersion is NULL"},
     {"\"major\":\"1\"", "\"major\":\"1a\"", "majorVersion is not integer"},
     {"\"major\":\"1\"", "\"major\":\"0x1\"", "majorVersion is not integer"},
     {"\"major\":\"1\"", "\"major\":\"99999999999999999999\"", "majorVersion is not integer"},
     {"minor", "side", "minorVersion is NULL"},
+    {"\"minor\":\"2\"", "\"minor\":null", "minorVersion is NULL"},
     {"\"minor\":\"2\"", "\"minor\":\"\"", "minorVersion is NULL"},
     {"\"minor\":\"2\"", "\"minor\":\"b\"", "majorVersion is not integer"},
     {"\"minor\":\"2\"", "\"minor\":\"0x2\"", "majorVersion is not integer"},
     {"\"preference\"", "\"items\"", "AppPrefList is NULL"},
     {"\"value\":\"42\"", "\"worth\":\"42\"", "ERROR:decompose error."},
+    {"\"value\":\"42\"", "\"value\":[42]", "ERROR:decompose error."},
     {"\"Integer\"", "\"Number\"", "ERROR:decompose error."},
+    {"\"preference\":[", "\"preference\":[1,", "ERROR:decompose error."},
 };
 
 TEST_P(AppPrefListRestoreRefusalTest, LeavesTheLineOfItsFault) {

@@ -499,6 +499,36 @@ TEST(WorkerThreadServiceTest, PuttingWaitsWhileTheChannelIsFull) {
   EXPECT_EQ(notifications, kRequests);
 }
 
+TEST(WorkerThreadServiceTest, WorkerWaitsWhileTheLoopsChannelIsFull) {
+  const Service service(1);
+  EventLooperMultiWait looper;
+  constexpr int kRequests = kChannelRequests + 2;  // the last but one's answer has no room, the last is not begun
+  std::atomic<int> executions{0};
+  std::atomic<pid_t> threadId{0};
+  FunctionRequest request([&] {
+    threadId = static_cast<pid_t>(syscall(SYS_gettid));
+    executions++;
+  });
+  int notifications = 0;
+  FunctionObserver observer([&](WorkerThreadExecId_t, FunctionObserver::Request&) {
+    if (++notifications == kRequests) {
+      looper.exitEventLoop();
+    }
+  });
+  run(looper, [&] {
+    for (int i = 0; i < kRequests; i++) {
+      put(request, observer);
+    }
+    while (executions <= kChannelRequests || stateOfThread(threadId) != 'S') {
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(executions, kChannelRequests + 1);
+    EXPECT_EQ(notifications, 0);
+  });
+  EXPECT_EQ(executions, kRequests);
+  EXPECT_EQ(notifications, kRequests);
+}
+
 // --- creating and destroying
 
 TEST(WorkerThreadServiceTest, StartsAsManyWorkersAsAskedForAndJoinsThem) {
