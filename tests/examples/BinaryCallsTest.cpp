@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "ExamplePrograms.h"
 #include "KelpReturnCode.h"
+#include "examples/ExamplePrograms.h"
 
 namespace KelpTest {
 namespace {

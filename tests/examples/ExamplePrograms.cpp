@@ -1,4 +1,4 @@
-#include "ExamplePrograms.h"
+#include "examples/ExamplePrograms.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -136,6 +136,13 @@ void installApplications() {
   }
 }
 
+void setRunningTime(int32_t minutes) {
+  const std::string directory = "/mnt/system/stats/uptime_total";
+  std::filesystem::create_directories(directory);
+  writeFile(directory + "/total_lapsetime_min.bin",
+            std::string(reinterpret_cast<const char*>(&minutes), sizeof(minutes)) + " and more");
+}
+
 CoreProcess::CoreProcess(Start start) : m_pid(spawn({KELP_CORE}, {})) {
   if (start == Start::Succeeds) {
     EXPECT_TRUE(waitUntil([] { return KelpExample::isFifoRead(FilePathManager::getCoreFifoPath()); }));
@@ -147,6 +154,10 @@ CoreProcess::~CoreProcess() {
     sendSignal(SIGKILL);
     waitForEnd();
   }
+}
+
+pid_t CoreProcess::pid() const {
+  return m_pid;
 }
 
 void CoreProcess::sendSignal(int number) const {
@@ -248,6 +259,10 @@ ClientProcess::~ClientProcess() {
   hangUp();
 }
 
+pid_t ClientProcess::pid() const {
+  return m_pid;
+}
+
 void ClientProcess::sendSignal(int number) const {
   signalProcess(m_pid, number);
 }
@@ -274,7 +289,12 @@ std::vector<std::string> postVariables(const std::string& body, const std::strin
   return {"REQUEST_METHOD=POST", "CONTENT_TYPE=" + contentType, "CONTENT_LENGTH=" + std::to_string(body.size())};
 }
 
+// Another test of this process may have left its own.
 ExamplesTest::ExamplesTest() : m_coreFifo(FilePathManager::getCoreFifoPath()) {
+  for (const std::string& directory : {FilePathManager::getAppBasePath(), FilePathManager::getCoreTmpPath()}) {
+    std::filesystem::remove_all(directory);
+  }
+  std::filesystem::create_directory(FilePathManager::getCoreTmpPath());
   installApplications();
   m_clockPrefs = FilePathManager::getAppPrefsFilePath("clock");
 }

@@ -4,6 +4,7 @@
 #define KELP_TESTS_EXAMPLES_EXAMPLE_PROGRAMS_H
 
 #include <gtest/gtest.h>
+#include <stdint.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -29,6 +30,9 @@ void signalProcess(pid_t processId, int number);
 // The applications of the demo, as the platform would have installed them.
 void installApplications();
 
+// The device's running time, as the platform keeps it.
+void setRunningTime(int32_t minutes);
+
 // A running core. Killed, if it still runs, when it goes.
 class CoreProcess {
  public:
@@ -40,6 +44,7 @@ class CoreProcess {
   CoreProcess(const CoreProcess&) = delete;
   CoreProcess& operator=(const CoreProcess&) = delete;
 
+  pid_t pid() const;
   void sendSignal(int number) const;
   void stop() const;  // SIGSTOP; returns when the process has stopped
   int waitForEnd();   // the status of waitpid()
@@ -80,6 +85,7 @@ class ClientProcess {
   ClientProcess(const ClientProcess&) = delete;
   ClientProcess& operator=(const ClientProcess&) = delete;
 
+  pid_t pid() const;
   void sendSignal(int number) const;
   void hangUp();  // the caller reads no more
   ClientReply waitForReply();

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "EventLooperMultiWait.h"
-#include "ExamplePrograms.h"
 #include "FilePathManager.h"
 #include "TimerService.h"
 #include "core/LeftFiles.h"
+#include "examples/ExamplePrograms.h"
 
 namespace KelpTest {
 namespace {

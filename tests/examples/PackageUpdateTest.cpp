@@ -11,10 +11,10 @@
 #include <string>
 
 #include "Base64EncDec.h"
-#include "ExamplePrograms.h"
 #include "FilePathManager.h"
 #include "KelpReturnCode.h"
 #include "common/Record.h"
+#include "examples/ExamplePrograms.h"
 
 namespace KelpTest {
 namespace {

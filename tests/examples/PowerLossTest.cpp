@@ -7,10 +7,10 @@
 #include <set>
 #include <string>
 
-#include "ExamplePrograms.h"
 #include "FilePathManager.h"
 #include "core/ApplicationPreferences.h"
 #include "core/PackageJob.h"
+#include "examples/ExamplePrograms.h"
 #include "support/DiskModel.h"
 #include "support/FileOperations.h"
 #include "support/TracedProcess.h"

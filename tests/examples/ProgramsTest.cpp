@@ -14,11 +14,11 @@
 #include <memory>
 #include <vector>
 
-#include "ExamplePrograms.h"
 #include "FilePathManager.h"
 #include "KelpReturnCode.h"
 #include "common/Record.h"
 #include "common/StaleFifo.h"
+#include "examples/ExamplePrograms.h"
 
 namespace KelpTest {
 namespace {

@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <string>
 
-#include "ExamplePrograms.h"
 #include "FilePathManager.h"
 #include "crcCalculator.h"
+#include "examples/ExamplePrograms.h"
 
 namespace KelpTest {
 namespace {
@@ -18,7 +18,6 @@ using Kelp::FilePathManager;
 
 constexpr char kSave[] = "methodName=savePreferences&installId=00000001";
 constexpr char kRestore[] = "methodName=restorePreferences&installId=00000001";
-constexpr char kUptimeFile[] = "/mnt/system/stats/uptime_total/total_lapsetime_min.bin";
 
 ClientReply setClock(const std::string& name, const std::string& type, const std::string& value) {
   return callApi("methodName=setPreference&installId=00000001&prefName=" + name + "&prefType=" + type +
@@ -145,8 +144,7 @@ TEST_F(SavedPreferencesTest, BrokenPreferencesAreNotSaved) {
 TEST_F(SavedPreferencesTest, TheStatusHasTheDevicesTimeWhereThePlatformKeepsIt) {
   CoreProcess core;
   EXPECT_EQ(R"({"returnCode":"0","installedCount":"2","runningCount":"0"})", callApi("methodName=getStatus").body);
-  std::filesystem::create_directories(std::filesystem::path(kUptimeFile).parent_path());
-  writeFile(kUptimeFile, std::string("\x40\x1F\0\0 and more", 13));
+  setRunningTime(8000);
   EXPECT_EQ(200, callApi("methodName=startApplication&installId=00000002").httpStatus);
   EXPECT_EQ(R"({"returnCode":"0","installedCount":"2","runningCount":"1","deviceMinutes":"8000"})",
             callApi("methodName=getStatus").body);

@@ -14,7 +14,6 @@ namespace KelpTest {
 
 namespace {
 
-constexpr unsigned kChildSeconds = 300;
 constexpr rlim_t kFewDescriptors = 64;
 
 std::string linkTarget(const std::string& path) {
@@ -66,12 +65,13 @@ DescriptorShortage::~DescriptorShortage() {
   setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-ChildProcess::ChildProcess(const std::function<int()>& body) : m_pid(-1), m_isReaped(false), m_result(-1) {
+ChildProcess::ChildProcess(const std::function<int()>& body, unsigned seconds)
+    : m_pid(-1), m_isReaped(false), m_result(-1) {
   const pid_t parent = getpid();
   m_pid = fork();
   if (m_pid == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    alarm(kChildSeconds);
+    alarm(seconds);
     _exit(getppid() == parent ? body() : EXIT_FAILURE);
   }
   if (m_pid == -1) {

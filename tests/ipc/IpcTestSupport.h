@@ -44,11 +44,10 @@ class DescriptorShortage {
 };
 
 // A child process that runs `body` and exits with its result. It is killed and reaped at the latest when the object
-// dies, does not outlive its parent, and ends by itself after five minutes. To be built while the process has one
-// thread.
+// dies, does not outlive its parent, and ends by itself after `seconds`. To be built while the process has one thread.
 class ChildProcess {
  public:
-  explicit ChildProcess(const std::function<int()>& body);
+  explicit ChildProcess(const std::function<int()>& body, unsigned seconds = 300);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;

@@ -256,8 +256,9 @@ extern "C" void __wrap_free(void* block) {
 extern "C" void __real_sync();
 extern "C" void __wrap_sync();
 extern "C" void __wrap_sync() {
-  takeFault(Call::Sync);
-  __real_sync();
+  if (takeFault(Call::Sync) == 0) {
+    __real_sync();
+  }
 }
 
 extern "C" ssize_t __real_readlink(const char* path, char* target, size_t size);
