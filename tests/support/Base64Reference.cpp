@@ -6,17 +6,23 @@ using Kelp::CommonReturnCode_Ok;
 
 namespace KelpTest {
 
+namespace {
+
+// 0 behind the end.
+unsigned int bitAt(const std::string& data, std::size_t index) {
+  return index / 8 < data.size() ? static_cast<unsigned char>(data[index / 8]) >> (7 - index % 8) & 1U : 0U;
+}
+
+}  // namespace
+
 std::string encodedBitByBit(const std::string& data) {
-  std::string bits;
-  for (const char byte : data) {
-    for (int bit = 7; bit >= 0; --bit) {
-      bits += ((static_cast<unsigned char>(byte) >> bit) & 1) != 0 ? '1' : '0';
-    }
-  }
-  bits.resize((bits.size() + 5) / 6 * 6, '0');
   std::string text;
-  for (std::size_t i = 0; i < bits.size(); i += 6) {
-    text += kBase64Tokens[std::stoul(bits.substr(i, 6), nullptr, 2)];
+  for (std::size_t first = 0; first < 8 * data.size(); first += 6) {
+    unsigned int value = 0;
+    for (std::size_t bit = first; bit < first + 6; ++bit) {
+      value = 2 * value + bitAt(data, bit);
+    }
+    text += kBase64Tokens[value];
   }
   text.resize((text.size() + 3) / 4 * 4, '=');
   return text;

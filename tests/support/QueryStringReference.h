@@ -17,8 +17,11 @@ class QueryStringReference {
   // Parses the body: to be called once.
   std::vector<RequestMember> members();
 
- private:
+  // Decodes the body without regard to members. REQUIRES: there is a character left.
   char takeCharacter();
+  std::size_t left() const { return m_body.size() - m_next; }
+
+ private:
   std::string takeName();
   std::string takeValue();
 
