@@ -258,10 +258,10 @@ class Response {
   }
 
   void putBlock(const std::string& name, const std::string& bytes) {
-    std::vector<char> block(bytes.begin(), bytes.end());
-    block.reserve(1);  // no bytes at no place would be refused
-    auto size = static_cast<unsigned int>(block.size());
-    FUZZ_CHECK_EQ(m_serializer->putBinaryData(name, block.data(), size), CommonReturnCode_Ok);
+    const auto block = std::make_unique<char[]>(bytes.size());  // not null where there are no bytes, either
+    std::copy(bytes.begin(), bytes.end(), block.get());
+    auto size = static_cast<unsigned int>(bytes.size());
+    FUZZ_CHECK_EQ(m_serializer->putBinaryData(name, block.get(), size), CommonReturnCode_Ok);
     FUZZ_CHECK_EQ(size, bytes.size());
     m_model.add(name, Kind::Text, KelpTest::encodedBitByBit(bytes));
   }
