@@ -1,15 +1,20 @@
-# The library: one set of objects, linked as libkelp.so (Kelp::kelp) and archived as libkelp.a (Kelp::kelp-static).
+# The library: one set of objects, linked as libkelp.so (Kelp::kelp) and archived as libkelp.a (Kelp::kelp-static); two
+# sets where the shared library is optimized as one whole.
 find_package(Threads REQUIRED)
 
+function(kelp_set_up_objects name)
+  set_target_properties(${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE kelp-compile-options)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # Calls inside the library go straight to their target; nobody may replace a member of it from outside.
+    target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  endif()
+endfunction()
+
 add_library(kelp-objects OBJECT)
-set_target_properties(kelp-objects PROPERTIES
-  POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-target_include_directories(kelp-objects PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
-target_link_libraries(kelp-objects PRIVATE kelp-compile-options)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # Calls inside the library go straight to their target; nobody may replace a member of it from outside.
-  target_compile_options(kelp-objects PRIVATE -fno-semantic-interposition)
-endif()
+kelp_set_up_objects(kelp-objects)
 
 foreach(subsystem foundation event thread timer file ipc rpc pref)
   if(EXISTS ${PROJECT_SOURCE_DIR}/${subsystem}/CMakeLists.txt)
@@ -17,7 +22,21 @@ foreach(subsystem foundation event thread timer file ipc rpc pref)
   endif()
 endforeach()
 
-add_library(kelp SHARED $<TARGET_OBJECTS:kelp-objects>)
+# Objects of its own: an archive of such would be of use to this very compiler alone.
+set(KELP_SHARED_OBJECTS kelp-objects)
+if(KELP_LTO)
+  get_target_property(KELP_SOURCES kelp-objects SOURCES)
+  add_library(kelp-lto-objects OBJECT ${KELP_SOURCES})
+  kelp_set_up_objects(kelp-lto-objects)
+  set(KELP_SHARED_OBJECTS kelp-lto-objects)
+endif()
+
+add_library(kelp SHARED $<TARGET_OBJECTS:${KELP_SHARED_OBJECTS}>)
+if(KELP_LTO)
+  include(CheckIPOSupported)
+  check_ipo_supported(LANGUAGES CXX)
+  set_target_properties(kelp kelp-lto-objects PROPERTIES INTERPROCEDURAL_OPTIMIZATION ON)
+endif()
 add_library(kelp-static STATIC $<TARGET_OBJECTS:kelp-objects>)
 add_library(Kelp::kelp ALIAS kelp)
 add_library(Kelp::kelp-static ALIAS kelp-static)
