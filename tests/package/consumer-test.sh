@@ -2,8 +2,8 @@
 # Builds the program in consumer/ outside the tree against the package installed in $PREFIX, and runs it.
 #   consumer-test.sh cmake|pkg-config shared|static LINKER
 # The linker drops every library that the program seems not to use; json-c has to stay all the same.
-# Environment: CXX, PREFIX; JSON_C=elsewhere hides json-c from the linker's own directories; ADDRESS=fixed builds the
-# program for a fixed address.
+# Environment: CXX, PREFIX; for another processor TOOLCHAIN, a file for CMake, and EMULATOR; JSON_C=elsewhere hides json-c
+# from the linker's own directories; ADDRESS=fixed builds the program for a fixed address.
 set -euo pipefail
 finder=$1 form=$2 linker=$3
 here=$(cd "$(dirname "$0")" && pwd)
@@ -18,6 +18,11 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -r "$here/consumer" "$work/source"
 flags="-Wl,--as-needed -fuse-ld=$linker"
+if [[ $linker == lld ]]; then  # a cross compiler has linkers of its own, and looks for no other unless told where
+  mkdir "$work/linker"
+  ln -s "$(command -v ld.lld)" "$work/linker/"
+  flags+=" -B$work/linker"
+fi
 compilerFlags=
 if [[ ${ADDRESS-} == fixed ]]; then
   flags+=" -no-pie"
@@ -27,7 +32,8 @@ fi
 build_with_cmake() {
   local target=Kelp::kelp
   [[ $form == shared ]] || target=Kelp::kelp-static
-  cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$PREFIX;${jsonCPrefix-}" \
+  cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" \
+    -DCMAKE_TOOLCHAIN_FILE="${TOOLCHAIN-}" -DCMAKE_PREFIX_PATH="$PREFIX;${jsonCPrefix-}" \
     -DCMAKE_CXX_FLAGS="$compilerFlags" -DCMAKE_EXE_LINKER_FLAGS="$flags" -DCONSUMER_TARGET=$target
   cmake --build "$work/build" --verbose | tee "$work/build.log"
 }
@@ -78,5 +84,6 @@ if [[ ${ADDRESS-} == fixed ]]; then
 fi
 
 libraries=$(dirname "$(find "$PREFIX" -name libkelp.a)")
-text=$(LD_BIND_NOW=1 LD_LIBRARY_PATH=$libraries "$program") || fail "the program ended with status $?"
+# shellcheck disable=SC2086 # the emulator's arguments, if there is one
+text=$(LD_BIND_NOW=1 LD_LIBRARY_PATH=$libraries ${EMULATOR-} "$program") || fail "the program ended with status $?"
 [[ $text == "I/O error, TRUE" ]] || fail "the program printed: $text"

@@ -2,7 +2,7 @@
 # Compiles every C++ block of a document: one with a main() is linked as a program, any other compiles as a file of its
 # own. The README's first program is also run, and is short enough for a first program.
 #   document-test.sh DOCUMENT
-# Environment: CXX, PREFIX (the installed package).
+# Environment: CXX, PREFIX (the installed package); EMULATOR, where programs need one.
 set -euo pipefail
 document=$1
 
@@ -36,7 +36,8 @@ run_first_program() {
   local program=$1 lines status=0
   lines=$(wc -l <"$program.cpp")
   [[ $lines -lt 40 ]] || fail "the first program has $lines lines"
-  timeout 20 "$program" || status=$?
+  # shellcheck disable=SC2086 # the emulator's arguments, if there is one
+  timeout 20 ${EMULATOR-} "$program" || status=$?
   [[ $status == 0 ]] || fail "the first program ended with status $status"
 }
 

@@ -1,6 +1,7 @@
 #!/bin/bash
 # What the shared library exports, imports, is called and weighs.
 #   symbol-test.sh CHECK LIBRARY [ARCHIVE | INCLUDE_DIRECTORY | LINK_OPTIONS]
+# Environment: CXX.
 set -euo pipefail
 check=$1 library=$2 other=${3-}
 here=$(cd "$(dirname "$0")" && pwd)
@@ -32,7 +33,8 @@ exports_every_public_operation() {
   command -v python3 >/dev/null || skip "python3, which reads the list"
   local operations missing
   operations=$(for header in "$other"/*.h; do echo "#include \"$(basename "$header")\""; done |
-    clang++ -std=c++17 -I"$other" -fsyntax-only -Xclang -ast-dump=json -Xclang -ast-dump-filter=Kelp -x c++ - |
+    clang++ --target="$("$CXX" -dumpmachine)" -std=c++17 -I"$other" -fsyntax-only \
+      -Xclang -ast-dump=json -Xclang -ast-dump-filter=Kelp -x c++ - |
     python3 "$here/public-operations.py" | sort -u)
   echo "$(wc -l <<<"$operations") public operations"
   [[ $(wc -l <<<"$operations") -gt 10 ]] || fail "the headers name nearly no operation"
@@ -74,9 +76,9 @@ wraps_every_call_that_can_fail() {
   [[ $(wc -l <<<"$wrapped") -gt 10 ]] || fail "nearly nothing is wrapped"
   # These end no other way, and those fail for arguments only that the library does not give them: sets of signals that
   # do not exist, formats and texts that are none.
-  cannotFail="__assert_fail __errno_location abort dirname getpid json_object_array_get_idx json_object_array_length
-    json_object_is_type json_object_object_get json_object_put memchr memcmp memcpy memmem memmove memset pthread_exit
-    pthread_self strlen strnlen
+  cannotFail="__assert_fail __ctzdi2 __errno_location abort dirname getpid json_object_array_get_idx
+    json_object_array_length json_object_is_type json_object_object_get json_object_put memchr memcmp memcpy memmem
+    memmove memset pthread_exit pthread_self strlen strnlen
     __isoc99_sscanf sigaddset sigemptyset sigfillset sigismember snprintf strtol strtoll vsnprintf"
   others=$(nm -D --undefined-only --format=posix "$library" | sed -n 's/^\([A-Za-z0-9_]*\)\(@[^ ]*\)\? U.*/\1/p' |
     grep -vE '^(_Z|__cxa_|__gxx_|__aeabi_|_Unwind_)' | sort -u | comm -23 - <(tr -s ' \n' '\n' <<<"$wrapped $cannotFail" | sort -u))
