@@ -6,5 +6,6 @@ set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 
-# In front of what the build and the tests start.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm)
+# Stands in front of every program of the build that is started. May be empty where the machine runs them itself: on the
+# device, or where the kernel has a handler for them.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm CACHE STRING "What runs the programs of this build")

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Emulator.h"
+
 namespace KelpTest {
 
 namespace {
@@ -38,21 +40,30 @@ void mapToRoot(uid_t uid, gid_t gid) {
   writeFile("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1");
 }
 
-// A process with more than one thread, such as a sanitizer's, cannot enter a user namespace: another program enters it
-// and starts this one again.
+std::string ownProgram() {
+  std::string path(4096, '\0');
+  const ssize_t length = readlink("/proc/self/exe", &path[0], path.size() - 1);
+  if (length <= 0) {
+    fail("/proc/self/exe");
+  }
+  path.resize(static_cast<size_t>(length));
+  return path;
+}
+
+// A process with more than one thread, such as a sanitizer's or an emulator's, cannot enter a user namespace: another
+// program enters it and starts this one again.
 [[noreturn]] void startAgainInside(char** argv) {
-  std::vector<char*> arguments;
-  for (const char* argument : {"unshare", "--user", "--map-root-user", "--mount", "/proc/self/exe"}) {
-    arguments.push_back(const_cast<char*>(argument));
+  std::vector<std::string> command = {"unshare", "--user", "--map-root-user", "--mount"};
+  for (const std::string& word : emulatorCommand()) {
+    command.push_back(word);
   }
-  std::string self(4096, '\0');
-  const ssize_t length = readlink("/proc/self/exe", &self[0], self.size() - 1);
-  if (length > 0) {
-    self.resize(static_cast<size_t>(length));
-    arguments.back() = &self[0];
-  }
+  command.push_back(ownProgram());
   for (char** argument = argv + 1; *argument != nullptr; ++argument) {
-    arguments.push_back(*argument);
+    command.emplace_back(*argument);
+  }
+  std::vector<char*> arguments;
+  for (std::string& word : command) {
+    arguments.push_back(&word[0]);
   }
   arguments.push_back(nullptr);
   execvp("unshare", arguments.data());

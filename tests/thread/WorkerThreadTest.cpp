@@ -11,6 +11,7 @@
 #include "ExecObjectEventSender.h"
 #include "WorkerThread.h"
 #include "support/CallFaults.h"
+#include "support/Emulator.h"
 #include "support/ObjectType.h"
 #include "thread/WorkerActors.h"
 #include "thread/WorkerStackSize.h"
@@ -78,7 +79,7 @@ TEST_F(WorkerThreadTest, BlocksAllSignals) {
   m_worker.exit();
   m_worker.join();
   EXPECT_EQ(sigismember(&mask, SIGTERM), 1);
-  EXPECT_EQ(sigismember(&mask, SIGRTMAX), 1);
+  EXPECT_EQ(sigismember(&mask, KelpTest::lastSignal()), 1);
 }
 
 TEST_F(WorkerThreadTest, EachOfSeveralExitMessagesEndsAnotherWorker) {
