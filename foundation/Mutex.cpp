@@ -17,8 +17,8 @@ void failMutexUnlock() {
 
 Mutex::Mutex() {
   pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  KELP_ASSERT_AT(41, pthread_mutex_init(&m_mutex, &attributes) == 0, "false", "Kelp::Mutex::Mutex()");
+  KELP_ASSERT_AT(41, pthread_mutexattr_init(&attributes) == 0 && pthread_mutex_init(&m_mutex, &attributes) == 0,
+                 "false", "Kelp::Mutex::Mutex()");
 }
 
 Mutex::~Mutex() {

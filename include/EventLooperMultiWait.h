@@ -17,6 +17,8 @@ class ExecObjectEventSender;
 
 class KELP_EXPORT EventLooperMultiWait : public EventLooper {
  public:
+  // Ends the process when there is no descriptor for the channel. When there is none for the poller, or that does not
+  // take the channel in, an error line is left, and nobody can hand work to the loop or wake it.
   EventLooperMultiWait();
 
   // Receivers that are still added are neither removed nor destroyed: their owners remove them first. Objects still in
@@ -39,7 +41,8 @@ class KELP_EXPORT EventLooperMultiWait : public EventLooper {
   void processEvent() override;
 
   // Tells the loop to end and wakes it when it is another thread's. A loop that the flag ends first leaves the wake-up
-  // object unread: it is never freed, one small block for the looper's whole life.
+  // object unread: it is never freed, one small block for the looper's whole life. When the channel refuses that
+  // object, after one error line, a loop that waits ends with its next event: tell it once more.
   void exitEventLoop() override;
 
  private:

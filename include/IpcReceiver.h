@@ -37,7 +37,10 @@ class KELP_EXPORT IpcReceiver : public KelpObject {
   // SysFunc::kelpFree, or null when that is 0. Otherwise, after an error line and with `data` null:
   // 14 "File Access Error" when reading failed, nothing came in time, or the file ended inside the message;
   // 16 "Not Enough Memory" when there is none for the payload, or the header announces fewer than 0 or more than 4064
-  // bytes: then nothing more is read, and what follows in the FIFO is taken for the next header.
+  // bytes.
+  // The message is then lost, but the next one is received: the payload is taken out of the FIFO with its header. Only
+  // of a payload that did not come in time, or of a size that no message has, nothing more is read, and what follows in
+  // the FIFO is taken for the next header.
   CommonReturnCode_t receive(IpcHeader& header, IpcData*& data, int timeoutMs);
 
  private:

@@ -76,7 +76,8 @@ class KELP_EXPORT TimerService : public KelpObject {
   void cancelTimer(TimerId_t id);
 
   // Enters a receiver, allocated with `new`, under an id of createTimerId() and adds it to the looper (null as above).
-  // It is the service's from now on.
+  // It is the service's from now on. When the looper refuses it or another timer, after one error line, that timer
+  // never notifies and keeps its descriptor; cancelling it ends the process.
   void addEventReceiverToLooper(TimerId_t id, TimerEventReceiver& receiver, EventLooperMultiWait* looper);
 
   // The next id that no active timer has. Can be called on any thread.

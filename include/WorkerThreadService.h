@@ -73,12 +73,13 @@ class KELP_EXPORT WorkerThreadService : public KelpObject {
 
   // Blocks until the workers have executed all that was put before, and ended. The answers are then on their way: a
   // loop that keeps running notifies its observers. Not to be called on a loop's thread while the answers to that loop
-  // are more than its channel holds. Nobody may put a request meanwhile.
+  // are more than its channel holds. Nobody may put a request meanwhile. A worker that the channel refuses to tell,
+  // after one error line, is waited for without end.
   static void destroyInstance();
 
   // Has the request executed; returns at once with its id unless the channel is full. The calling thread must run a
   // multi-wait loop, or the process ends; that looper must live until the observer has been notified. A request that
-  // the channel refuses is lost, after one error line.
+  // the channel refuses, or whose way back does, is lost after one error line: the observer is not notified.
   WorkerThreadExecId_t putRequest(RequestToWorkerThread& request, WorkerObserver& observer);
 
   // Takes the next id. Can be called on any thread.

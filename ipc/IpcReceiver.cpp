@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "SysFunc.h"
 #include "file/ZeroUmask.h"
 #include "foundation/Diagnostics.h"
@@ -14,6 +16,8 @@ namespace {
 
 // Open to the users of all applications and API clients, whatever the umask of the process.
 constexpr mode_t kFifoMode = 0666;
+
+constexpr int kNoTimeout = -1;
 
 // On return the umask is back: the logger, which may make files or use the library, is called only then.
 bool makeFifo(const std::string& path) {
@@ -41,6 +45,22 @@ IpcData* allocateData(int dataSize) {
     return nullptr;
   }
   return static_cast<IpcData*>(SysFunc::kelpMalloc(static_cast<unsigned int>(dataSize)));
+}
+
+// Takes the payload of a message that is dropped out of the file, so that the next header is found behind it. Where no
+// message has such a payload, nothing says where the next header is.
+void skipData(const FdOperator& fd, int dataSize, int timeoutMs) {
+  if (!isDataSizeValid(dataSize)) {
+    return;
+  }
+  char piece[256];
+  for (int left = dataSize; left > 0;) {
+    const int size = std::min<int>(left, sizeof(piece));
+    if (readWhole(fd, piece, size, timeoutMs) <= 0) {
+      return;
+    }
+    left -= size;
+  }
 }
 
 }  // namespace
@@ -78,6 +98,7 @@ CommonReturnCode_t IpcReceiver::receive(IpcHeader& header, IpcData*& data, int t
   data = allocateData(header.dataSize);
   if (data == nullptr) {
     KELP_LOG_ERROR("###ERROR###\n");
+    skipData(m_fifo, header.dataSize, timeoutMs);
     return CommonReturnCode_NotEnoughMemory;
   }
   ret = readWhole(m_fifo, data, header.dataSize, timeoutMs);
@@ -86,6 +107,9 @@ CommonReturnCode_t IpcReceiver::receive(IpcHeader& header, IpcData*& data, int t
     KELP_LOG_ERROR("###ERROR### dataSize=%d, ret=%d\n\n", ret, header.dataSize);
     SysFunc::kelpFree(data);
     data = nullptr;
+    if (timeoutMs == kNoTimeout) {  // with one, the payload may just not have come: it has been waited for already
+      skipData(m_fifo, header.dataSize, timeoutMs);
+    }
     return CommonReturnCode_FileAccessError;
   }
   return CommonReturnCode_Ok;

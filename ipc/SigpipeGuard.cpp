@@ -44,14 +44,16 @@ void putBackSigpipe(siginfo_t& info) {
 
 // A signal can be pending for the thread only where the thread has blocked it; one that is pending for the process is
 // never taken for the one that a write raises, which is the thread's. So the system is asked only where it is blocked.
-SigpipeGuard::SigpipeGuard() : m_wasPending(false) {
+SigpipeGuard::SigpipeGuard() : m_isBlocking(false), m_wasPending(false) {
   const sigset_t set = sigpipeSet();
-  pthread_sigmask(SIG_BLOCK, &set, &m_previousMask);
-  m_wasPending = sigismember(&m_previousMask, SIGPIPE) == 1 && isSigpipePending();
+  m_isBlocking = pthread_sigmask(SIG_BLOCK, &set, &m_previousMask) == 0;
+  m_wasPending = m_isBlocking && sigismember(&m_previousMask, SIGPIPE) == 1 && isSigpipePending();
 }
 
 SigpipeGuard::~SigpipeGuard() {
-  pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
+  if (m_isBlocking) {
+    pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
+  }
 }
 
 bool SigpipeGuard::isSigpipeIgnored() {

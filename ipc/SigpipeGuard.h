@@ -1,5 +1,5 @@
 // Keeps SIGPIPE from the calling thread while it lives, and puts the thread's signal mask back afterwards. The
-// disposition of the signal stays as it is.
+// disposition of the signal stays as it is. Where the mask cannot be changed, it stays as it is too.
 //
 // Threads: built, used and destroyed on one thread; guards of several threads do not disturb each other.
 #ifndef KELP_IPC_SIGPIPE_GUARD_H
@@ -24,7 +24,8 @@ class SigpipeGuard {
   void takeBackRaised();
 
  private:
-  sigset_t m_previousMask;
+  sigset_t m_previousMask;  // holds while m_isBlocking
+  bool m_isBlocking;
   bool m_wasPending;
 };
 

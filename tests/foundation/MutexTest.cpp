@@ -229,6 +229,15 @@ TEST(MutexDeathTest, FailedInitialisationEndsTheProcess) {
       "Mutex\\.cpp:41: Kelp::Mutex::Mutex\\(\\): Assertion `false' failed");
 }
 
+TEST(MutexDeathTest, FailedInitialisationOfTheAttributesEndsTheProcess) {
+  EXPECT_DEATH(
+      {
+        CallFault fault(Call::MutexAttrInit, ENOMEM);
+        const Mutex mutex;
+      },
+      "Mutex\\.cpp:41: Kelp::Mutex::Mutex\\(\\): Assertion `false' failed");
+}
+
 TEST(MutexDeathTest, FailedDestructionEndsTheProcess) {
   EXPECT_DEATH(
       {

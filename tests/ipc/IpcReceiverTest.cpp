@@ -233,7 +233,21 @@ TEST_F(IpcReceiverTest, NoMemoryForThePayloadIsReported) {
   EXPECT_EQ(Kelp::CommonReturnCode_NotEnoughMemory, received.result);
   EXPECT_FALSE(received.hasData);
   EXPECT_EQ(std::vector<LogLine>{receiveLine()}, log.lines());
-  EXPECT_EQ(5, KelpTest::bytesWaiting(receiver().getFd()));
+}
+
+TEST_F(IpcReceiverTest, AMessageWithoutMemoryForItsPayloadIsTakenOutWhole) {
+  for (const size_t size : {1U, 255U, 256U, 257U, 4064U}) {
+    write(makeMessage(1, 5, 0, 3, 1, std::string(size, 'x')));
+    write(makeMessage(1, 6, 0, 3, 1, "next"));
+    {
+      const CallFault fault(Call::Malloc, ENOMEM);
+      EXPECT_EQ(Kelp::CommonReturnCode_NotEnoughMemory, Received(receiver()).result) << size;
+    }
+    const Received received(receiver());
+    EXPECT_EQ(Kelp::CommonReturnCode_Ok, received.result) << size;
+    EXPECT_EQ(6U, received.header.sessionId) << size;
+    EXPECT_EQ("next", received.text) << size;
+  }
 }
 
 TEST_F(IpcReceiverTest, AFailedReadOfTheHeaderIsReported) {
@@ -254,6 +268,16 @@ TEST_F(IpcReceiverTest, AFailedReadOfThePayloadIsReportedWithCrossedValues) {
   EXPECT_FALSE(received.hasData);
   EXPECT_EQ(1, KelpTest::callCount(Call::Free) - frees);
   EXPECT_EQ(std::vector<LogLine>{dataLine(-1, 5)}, log.lines());
+}
+
+TEST_F(IpcReceiverTest, AMessageWhosePayloadFailedToBeReadIsTakenOutWhole) {
+  write(makeMessage(1, 5, 0, 3, 1, "hello"));
+  write(makeMessage(1, 6, 0, 3, 1, "next"));
+  {
+    const CallFault fault(Call::Read, EIO, 1);
+    EXPECT_EQ(Kelp::CommonReturnCode_FileAccessError, Received(receiver()).result);
+  }
+  EXPECT_EQ("next", Received(receiver()).text);
 }
 
 TEST_F(IpcReceiverTest, ItsDescriptorDoesNotOutliveAnExec) {

@@ -1,10 +1,14 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <string.h>
 #include <unistd.h>
+
+#include <new>
 
 #include "ipc/Sigpipe.h"
 #include "ipc/SigpipeGuard.h"
+#include "support/CallFaults.h"
 
 using Kelp::SigpipeGuard;
 using KelpTest::SigpipeBlocked;
@@ -50,6 +54,18 @@ TEST_F(SigpipeGuardTest, TakesBackWhatAWriteRaised) {
   raiseUnderGuard();  // the signal would end the process
   const SigpipeBlocked blocked;
   EXPECT_TRUE(takePendingSigpipes().empty());
+}
+
+TEST_F(SigpipeGuardTest, LeavesTheMaskAsItIsWhenItCannotBlock) {
+  alignas(SigpipeGuard) unsigned char memory[sizeof(SigpipeGuard)];
+  memset(memory, 0xFF, sizeof(memory));  // the mask of all signals
+  SigpipeGuard* guard = nullptr;
+  {
+    const KelpTest::CallFault fault(KelpTest::Call::Sigmask, EINVAL);
+    guard = new (memory) SigpipeGuard;
+  }
+  guard->~SigpipeGuard();
+  EXPECT_FALSE(KelpTest::isSigpipeBlocked());
 }
 
 TEST_F(SigpipeGuardTest, BlocksOnlyWhileItLives) {

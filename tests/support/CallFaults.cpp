@@ -105,6 +105,10 @@ UncountedCalls::~UncountedCalls() {
   t_uncounted--;
 }
 
+bool UncountedCalls::areHeld() {
+  return t_uncounted > 0;
+}
+
 int callCount(Call call) {
   return stateOf(call).count.load();
 }
@@ -249,7 +253,9 @@ extern "C" mode_t __wrap_umask(mode_t mode) {
 extern "C" void __real_free(void* block);
 extern "C" void __wrap_free(void* block);
 extern "C" void __wrap_free(void* block) {
-  takeFault(Call::Free);
+  if (block != nullptr) {
+    takeFault(Call::Free);
+  }
   __real_free(block);
 }
 

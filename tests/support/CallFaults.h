@@ -110,9 +110,11 @@ class UncountedCalls {
   ~UncountedCalls();
   UncountedCalls(const UncountedCalls&) = delete;
   UncountedCalls& operator=(const UncountedCalls&) = delete;
+
+  static bool areHeld();  // by the calling thread
 };
 
-// How often the process has called it since it started, failed calls included.
+// How often the process has called it since it started, failed calls included. Releasing a null pointer is no call.
 int callCount(Call call);
 
 // The command that system() was last called with, failed calls included; empty when there was none.
