@@ -28,43 +28,6 @@ using KelpTest::UncountedCalls;
 
 constexpr int64_t kMillisecond = 1000000;  // in nanoseconds
 
-// Ends the loop when both kinds of timer have told it.
-class Observer : public TimerService::CyclicTimerObserver, public TimerService::CyclicTimerByMinutesObserver {
- public:
-  explicit Observer(EventLooperMultiWait& looper) : m_looper(looper) {}
-
-  void notifyCyclicTimer(TimerId_t /*timerId*/, int count) override {
-    m_counts += count;
-    exitWhenDone();
-  }
-
-  void notifyCyclicTimerByMinutes(TimerId_t timerId, const timeval& /*now*/) override {
-    m_minutes++;
-    TimerService::getInstance().cancelTimer(timerId);
-    exitWhenDone();
-  }
-
-  std::string told() const { return std::to_string(m_counts) + " " + std::to_string(m_minutes); }
-
- private:
-  void exitWhenDone() {
-    if (m_counts == 1 + 2 && m_minutes == 1) {
-      m_looper.exitEventLoop();
-    }
-  }
-
-  EventLooperMultiWait& m_looper;
-  int m_counts = 0;
-  int m_minutes = 0;
-};
-
-// Lets the minute be over at once.
-void expireNow(int fd) {
-  const UncountedCalls own;
-  const itimerspec soon = {{60, 0}, {0, 1}};
-  timerfd_settime(fd, 0, &soon, nullptr);
-}
-
 // Whether the looper has taken the timer that is started. It tells nobody but the log.
 template <typename Starting>
 bool isTaken(const Starting& starting) {
@@ -73,21 +36,57 @@ bool isTaken(const Starting& starting) {
   return loggedErrors() == errors;
 }
 
-// A timer that the looper has refused stays for good: who cancels it ends the process.
+// Lets the minute be over at once.
+void expireNow(int fd) {
+  const UncountedCalls own;
+  const itimerspec soon = {{60, 0}, {0, 1}};
+  timerfd_settime(fd, 0, &soon, nullptr);
+}
+
+// Has the second timer started when the first one has ended, and the loop ended with that. A timer that the looper has
+// refused stays for good: who cancels it ends the process.
+class Observer : public TimerService::CyclicTimerObserver, public TimerService::CyclicTimerByMinutesObserver {
+ public:
+  explicit Observer(EventLooperMultiWait& looper) : m_looper(looper) {}
+
+  bool start() {
+    return isTaken([this] { TimerService::getInstance().startCyclicTimer(kMillisecond, 2, *this, &m_looper); });
+  }
+
+  void notifyCyclicTimer(TimerId_t /*timerId*/, int count) override {
+    m_told += std::to_string(count);
+    if (count == 2 && !startByMinutes()) {
+      m_told += " no minute";
+      m_looper.exitEventLoop();
+    }
+  }
+
+  void notifyCyclicTimerByMinutes(TimerId_t timerId, const timeval& /*now*/) override {
+    m_told += " minute";
+    TimerService::getInstance().cancelTimer(timerId);
+    m_looper.exitEventLoop();
+  }
+
+  std::string told() const { return m_told; }
+
+ private:
+  bool startByMinutes() {
+    TimerService& service = TimerService::getInstance();
+    const TimerId_t id = service.createTimerId();
+    auto* const receiver = new Kelp::CyclicTimerByMinutesEventReceiver(id, *this);
+    expireNow(receiver->getFd());
+    return isTaken([&] { service.addEventReceiverToLooper(id, *receiver, nullptr); });
+  }
+
+  EventLooperMultiWait& m_looper;
+  std::string m_told;
+};
+
 std::string liveInLoop() {
-  TimerService& service = TimerService::getInstance();
   EventLooperMultiWait looper;
   Observer observer(looper);
-  TimerId_t id = Kelp::INVALID_TIMER_ID;
-  if (!isTaken([&] { id = service.startCyclicTimer(kMillisecond, 2, observer, &looper); })) {
+  if (!observer.start()) {
     return "no timer";
-  }
-  const TimerId_t minuteId = service.createTimerId();
-  auto* const minutes = new Kelp::CyclicTimerByMinutesEventReceiver(minuteId, observer);
-  expireNow(minutes->getFd());
-  if (!isTaken([&] { service.addEventReceiverToLooper(minuteId, *minutes, &looper); })) {
-    service.cancelTimer(id);
-    return "no timer by minutes";
   }
   looper.runEventLoop();
   return observer.told();
@@ -100,6 +99,7 @@ std::string liveWithTimers() {
   return told;
 }
 
+constexpr char kAll[] = "12 minute";
 constexpr char kCyclic[] = "CyclicTimerEventReceiver.cpp";
 constexpr char kByMinutes[] = "CyclicTimerByMinutesEventReceiver.cpp";
 
@@ -111,19 +111,19 @@ TEST(TimerStarvationTest, EveryCallThatFailsEndsAsStated) {
   starvation.expect(Call::TimerfdSettime, {asserts(kCyclic, 50, "-1 != ret"), asserts(kByMinutes, 125, "ret != -1")});
   starvation.expect(Call::Gettimeofday, {asserts(kByMinutes, 81, "ret == 0"), asserts(kByMinutes, 107, "ret == 0")});
   starvation.expect(Call::Read, {asserts(kCyclic, 62, "false"), asserts(kByMinutes, 71, "false")});
-  starvation.expect(Call::CtimeR, {goesOn("3 1")});
-  starvation.expect(Call::LocaltimeR, {goesOn("3 1")});
+  starvation.expect(Call::CtimeR, {goesOn(kAll)});
+  starvation.expect(Call::LocaltimeR, {goesOn(kAll)});
   starvation.expect(Call::Pipe2, {asserts("ExecObjectEventReceiver.cpp", 36, "false")});
   starvation.expect(
       Call::EpollCreate1,
       {goesOn("no timer", {KelpTest::noPollerLine(), refusalLine(EBADF), refusalLine(EBADF), notRemovedLine()})
            .losing(1, 1)});
   starvation.expect(Call::EpollCtl,
-                    {goesOn("3 1", {refusalLine(), notRemovedLine()}), goesOn("no timer", {refusalLine()}).losing(1, 1),
-                     goesOn("no timer by minutes", {refusalLine()}).losing(1, 1), goesOn("3 1", {notRemovedLine()})});
-  starvation.expect(Call::EpollWait, {goesOn("3 1", KelpTest::failedWaitLines())});
+                    {goesOn(kAll, {refusalLine(), notRemovedLine()}), goesOn("no timer", {refusalLine()}).losing(1, 1),
+                     goesOn("12 no minute", {refusalLine()}).losing(1, 1), goesOn(kAll, {notRemovedLine()})});
+  starvation.expect(Call::EpollWait, {goesOn(kAll, KelpTest::failedWaitLines())});
   starvation.expect(Call::Close,
-                    {goesOn("3 1", {KelpTest::failedCloseLine()}), goesOn("3 1", {KelpTest::failedPollerCloseLine()})});
+                    {goesOn(kAll, {KelpTest::failedCloseLine()}), goesOn(kAll, {KelpTest::failedPollerCloseLine()})});
   starvation.failEachCall();
 }
 
