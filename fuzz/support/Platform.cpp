@@ -173,7 +173,7 @@ extern "C" int PfLogPrintf(unsigned int /*level*/, const char* format, ...) {
 // took as much time as all the rest.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
-  return "quarantine_size_mb=16:malloc_context_size=12";
+  return "quarantine_size_mb=16:malloc_context_size=8";
 }
 
 extern "C" void __assert_fail(const char* expression, const char* file, unsigned int line,
