@@ -115,7 +115,7 @@ void cover(const char* path, const char* options) {
       continue;
     }
     makeDirectories(kept[i]);
-    if (mount(("/proc/self/fd/" + std::to_string(fds[i])).c_str(), kept[i].c_str(), nullptr, MS_BIND | MS_REC,
+    if (mount(("/proc/self/fd/" + std::to_string(fds[i])).c_str(), kept[i].c_str(), "none", MS_BIND | MS_REC,
               nullptr) != 0) {
       fail(kept[i]);
     }
@@ -126,7 +126,7 @@ void cover(const char* path, const char* options) {
 // What root's tests write to but must not be able to remove or replace, whatever the library under test does: there is
 // one for the whole machine. Nothing can be removed that something is mounted on.
 void protect(const char* path) {
-  if (access(path, F_OK) == 0 && mount(path, path, nullptr, MS_BIND, nullptr) != 0) {
+  if (access(path, F_OK) == 0 && mount(path, path, "none", MS_BIND, nullptr) != 0) {
     fail(path);
   }
 }
@@ -135,7 +135,7 @@ void protect(const char* path) {
 
 void enterPrivateNamespace(char** argv) {
   enterNamespaces(argv);
-  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+  if (mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
     fail("/");
   }
   cover("/tmp", "mode=1777");
