@@ -1,7 +1,9 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdint.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -197,6 +199,24 @@ TEST(SysFuncTest, ExecLogsTheWholeCommandOfALineThatWasCut) {
   EXPECT_EQ(log.lines(), (std::vector<LogLine>{busyboxError(command, 1 << 8), systemError(command)}));
 }
 
+TEST(SysFuncTest, PathsAreWhatTheShellMakesOfThem) {
+  EXPECT_EQ(SysFunc::kelpMkdir("/tmp/a; : > /tmp/b", 0755), CommonReturnCode_Ok);
+  EXPECT_EQ(SysFunc::kelpMkdir("/tmp/c /tmp/d", 0755), CommonReturnCode_Ok);
+  for (const char* path : {"/tmp/a", "/tmp/b", "/tmp/c", "/tmp/d"}) {
+    EXPECT_TRUE(exists(path)) << path;
+  }
+}
+
+// The child's end is then told to nobody.
+TEST(SysFuncTest, ExecFailsThoughTheCommandRanWhereTheProcessIgnoresSigchld) {
+  const auto previous = signal(SIGCHLD, SIG_IGN);
+  LogCapture log;
+  EXPECT_EQ(SysFunc::kelpExec("touch /tmp/f"), CommonReturnCode_IoError);
+  signal(SIGCHLD, previous);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>{systemError("touch /tmp/f")});
+  EXPECT_TRUE(exists("/tmp/f"));
+}
+
 TEST(SysFuncTest, RmOfAMissingPathRunsAndLogsNothing) {
   const int systems = callCount(Call::System);
   const int unlinks = callCount(Call::Unlink);
@@ -238,6 +258,28 @@ TEST(SysFuncTest, RmOfADirectoryReturnsTheFailureOfItsCommand) {
   EXPECT_EQ(SysFunc::kelpRm("/tmp/d"), CommonReturnCode_IoError);
   EXPECT_EQ(log.lines(), std::vector<LogLine>{systemError("rm -Rf /tmp/d")});
   EXPECT_TRUE(exists("/tmp/d/file"));
+}
+
+TEST(SysFuncTest, RmOfADirectoryWhoseLineIsCutRemovesTheOneThatTheRestNames) {
+  const std::string cut = "/tmp/" + std::string(230, 'y');
+  ASSERT_EQ(("/bin/busybox rm -Rf " + cut).size(), 255U);
+  ASSERT_EQ(mkdir(cut.c_str(), 0700), 0);
+  ASSERT_EQ(mkdir((cut + "zzz").c_str(), 0700), 0);
+  EXPECT_EQ(SysFunc::kelpRm(cut + "zzz"), CommonReturnCode_Ok);
+  EXPECT_FALSE(exists(cut));
+  EXPECT_TRUE(exists(cut + "zzz"));
+}
+
+TEST(SysFuncTest, RmOfALinkRemovesTheLinkAlone) {
+  makeTree();
+  for (const char* target : {"/tmp/d", "/tmp/d/file"}) {
+    ASSERT_EQ(symlink(target, "/tmp/link"), 0);
+    EXPECT_EQ(SysFunc::kelpRm("/tmp/link"), CommonReturnCode_Ok);
+    EXPECT_FALSE(exists("/tmp/link"));
+  }
+  for (const char* path : kTree) {
+    EXPECT_TRUE(exists(path)) << path;
+  }
 }
 
 TEST(SysFuncTest, MkdirMakesParentsAndIgnoresTheUmask) {
@@ -295,6 +337,18 @@ TEST(SysFuncTest, MkdirOnTwoThreadsLeavesTheUmaskAsItWas) {
     first.join();
     second.join();
   }
+}
+
+// The command is held up until another thread's file has been made.
+TEST(SysFuncTest, MkdirLiftsTheUmaskOfTheWholeProcess) {
+  const UmaskGuard guard(077);
+  ASSERT_EQ(mkfifo("/tmp/gate", 0600), 0);
+  std::thread maker([] { EXPECT_EQ(SysFunc::kelpMkdir("/tmp/a; : < /tmp/gate", 0755), CommonReturnCode_Ok); });
+  const int gate = open("/tmp/gate", O_WRONLY | O_CLOEXEC);
+  close(open("/tmp/f", O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+  close(gate);
+  maker.join();
+  EXPECT_EQ(modeOf("/tmp/f"), 0666U);
 }
 
 TEST(SysFuncTest, ChownOfAMissingPathRunsAndLogsNothing) {
@@ -359,6 +413,24 @@ TEST(SysFuncTest, ChownChangesTheOwnerAndKeepsTheGroup) {
   }
 }
 
+TEST(SysFuncTest, ChownFollowsALinkToAFileButNoneInOrToADirectory) {
+  if (!KelpTest::isRealRoot()) {
+    GTEST_SKIP() << "only root can give files away";
+  }
+  makeTree();
+  makeFile("/tmp/target");
+  ASSERT_EQ(symlink("/tmp/target", "/tmp/link"), 0);
+  EXPECT_EQ(SysFunc::kelpChown("/tmp/link", 4242), CommonReturnCode_Ok);
+  EXPECT_EQ(statusOf("/tmp/target").st_uid, 4242U);
+  ASSERT_EQ(rename("/tmp/link", "/tmp/d/link"), 0);
+  EXPECT_EQ(SysFunc::kelpChown("/tmp/d", 4343), CommonReturnCode_Ok);
+  EXPECT_EQ(statusOf("/tmp/d/file").st_uid, 4343U);
+  EXPECT_EQ(statusOf("/tmp/target").st_uid, 4242U);
+  ASSERT_EQ(symlink("/tmp/d", "/tmp/link"), 0);
+  EXPECT_EQ(SysFunc::kelpChown("/tmp/link", 4444), CommonReturnCode_Ok);
+  EXPECT_EQ(statusOf("/tmp/d").st_uid, 4343U);
+}
+
 TEST(SysFuncTest, ChmodOfAMissingPathRunsAndLogsNothing) {
   const int systems = callCount(Call::System);
   const int chmods = callCount(Call::Chmod);
@@ -393,6 +465,21 @@ TEST(SysFuncTest, ChmodOfADirectoryRunsACommandForAllThatIsInIt) {
   for (const char* path : kTree) {
     EXPECT_EQ(modeOf(path), 0755U) << path;
   }
+}
+
+TEST(SysFuncTest, ChmodFollowsTheLinkThatItIsGivenButNoneInADirectory) {
+  makeTree();
+  makeFile("/tmp/target", 0600);
+  ASSERT_EQ(symlink("/tmp/target", "/tmp/link"), 0);
+  EXPECT_EQ(SysFunc::kelpChmod("/tmp/link", 0644), CommonReturnCode_Ok);
+  EXPECT_EQ(modeOf("/tmp/target"), 0644U);
+  ASSERT_EQ(rename("/tmp/link", "/tmp/d/link"), 0);
+  EXPECT_EQ(SysFunc::kelpChmod("/tmp/d", 0777), CommonReturnCode_Ok);
+  EXPECT_EQ(modeOf("/tmp/d/file"), 0777U);
+  EXPECT_EQ(modeOf("/tmp/target"), 0644U);
+  ASSERT_EQ(symlink("/tmp/d", "/tmp/link"), 0);
+  EXPECT_EQ(SysFunc::kelpChmod("/tmp/link", 0700), CommonReturnCode_Ok);
+  EXPECT_EQ(modeOf("/tmp/d"), 0700U);
 }
 
 TEST(SysFuncTest, ChmodOfADirectoryReturnsTheFailureOfItsCommand) {

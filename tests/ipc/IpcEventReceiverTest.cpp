@@ -1,10 +1,12 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <memory>
+#include <thread>
 
 #include "IpcAddressApi.h"
 #include "IpcAddressApp.h"
@@ -51,6 +53,7 @@ class IpcEventReceiverTest : public testing::Test {
   IpcEventReceiver& receiver() { return *m_receiver; }
   void destroyReceiver() { m_receiver.reset(); }
   void write(const WireMessage& message) { ASSERT_TRUE(KelpTest::writeMessage(m_writer, message)); }
+  void write(const KelpTest::Bytes& bytes) { ASSERT_TRUE(KelpTest::writeBytes(m_writer, bytes)); }
 
   void receive(const WireMessage& message) {
     write(message);
@@ -267,6 +270,24 @@ TEST_F(IpcEventReceiverTest, AResponseHandlerMayDeleteTheReceiver) {
   receive(makeMessage(2, 9, 1, 1234, 0, "the last one"));
   EXPECT_EQ(1U, handler.told.size());
   EXPECT_FALSE(KelpTest::exists(kCorePath));
+}
+
+// Until then nobody else is served; and the rest is whatever comes next, from whomever.
+TEST_F(IpcEventReceiverTest, AHalfMessageHoldsItsReaderUntilTheRestHasCome) {
+  RequestRecorder handler;
+  handleRequestsOfAll(handler);
+  KelpTest::Bytes half = toBytes(makeMessage(1, 5, 0, 3, 1, "hello"));
+  half.resize(34);
+  write(half);
+  std::thread reader([this] { receiver().receiveAndExecuteEvent(); });
+  while (KelpTest::bytesWaiting(receiver().getFd()) > 0) {
+    sched_yield();
+  }
+  write(makeMessage(1, 6, 1, 1234, 0, "of another sender"));
+  reader.join();
+  ASSERT_EQ(1U, handler.told.size());
+  EXPECT_EQ(5U, handler.told[0].sessionId);
+  EXPECT_EQ(std::string("he\x01\0\0", 5), handler.told[0].text);
 }
 
 TEST_F(IpcEventReceiverTest, AMessageThatCannotBeReadIsDroppedAndTheNextOneIsServed) {

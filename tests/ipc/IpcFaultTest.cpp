@@ -196,6 +196,24 @@ TEST_F(IpcFaultTest, APeerThatStartedAgainIsReachedByANewSender) {
   EXPECT_EQ(Kelp::CommonReturnCode_Ok, report(newSender, "found"));
 }
 
+TEST_F(IpcFaultTest, AnAnswerIsTakenOfAnybodyWhoNamesItsSession) {
+  IpcEventReceiver core((IpcAddressCore()));
+  IpcEventReceiver api(IpcAddressApi(1234));
+  IpcEventSender sender(IpcAddressCore(), api);
+  KelpTest::ResponseRecorder handler;
+  std::string text = "question";
+  SessionId_t sessionId = Kelp::INVALID_SESSION_ID;
+  ASSERT_EQ(Kelp::CommonReturnCode_Ok,
+            sender.sendRequest(payload<Kelp::IpcDataRequest>(text), 8, handler, sessionId, -1));
+  ASSERT_TRUE(KelpTest::writeMessage(api.getFd(), makeMessage(2, sessionId, 0, 99, 1, "of a stranger")));
+  ASSERT_TRUE(KelpTest::writeMessage(api.getFd(), makeMessage(2, sessionId, 2, 0, 0, "of the core")));
+  api.receiveAndExecuteEvent();
+  api.receiveAndExecuteEvent();
+  ASSERT_EQ(1U, handler.told.size());
+  EXPECT_EQ("of a stranger", handler.told[0].text);
+  EXPECT_EQ("/tmp/Kelp/fifo00000063_00000001", handler.told[0].fifoPath);
+}
+
 TEST_F(IpcFaultTest, WithoutDescriptorsAReceiverIsRefusedByItsLoop) {
   {
     IpcEventReceiver core((IpcAddressCore()));

@@ -162,6 +162,17 @@ TEST_F(IpcReceiverTest, ReservedWordsAreNotRead) {
   EXPECT_EQ("hello", Received(receiver()).text);
 }
 
+// The FIFO is open to all for reading too.
+TEST_F(IpcReceiverTest, AMessageGoesToWhoeverReadsItFirst) {
+  write(makeMessage(1, 5, 0, 3, 1, "hello"));
+  const int stranger = open(kFifoPath, O_RDONLY | O_CLOEXEC);
+  WireMessage message;
+  ASSERT_TRUE(KelpTest::readMessage(stranger, message));
+  EXPECT_EQ("hello", message.payload);
+  EXPECT_EQ(0, KelpTest::bytesWaiting(receiver().getFd()));
+  close(stranger);
+}
+
 TEST_F(IpcReceiverTest, TheCallReadsNoFurtherThanItsMessage) {
   write(makeMessage(1, 5, 0, 3, 1, "hello"));
   write(makeMessage(1, 6, 0, 3, 1, "next"));
@@ -310,6 +321,27 @@ TEST(IpcReceiverCreationTest, AnExistingFifoIsUsedAfterOneErrorLine) {
   EXPECT_EQ(std::vector<LogLine>{channelLine()}, log.lines());
   ASSERT_TRUE(KelpTest::writeMessage(receiver.getFd(), makeMessage(1, 5, 0, 3, 1, "hello")));
   EXPECT_EQ("hello", Received(receiver).text);
+}
+
+TEST(IpcReceiverCreationTest, AnExistingFifoKeepsItsMode) {
+  ASSERT_EQ(0, mkfifo(kFifoPath, 0600));
+  const IpcReceiver receiver(kFifoPath);
+  EXPECT_EQ(0600U, permissionsOf(kFifoPath));
+}
+
+TEST(IpcReceiverCreationTest, ALinkInThePlaceOfTheFifoIsFollowedAndOnlyTheLinkIsRemoved) {
+  constexpr char kTarget[] = "/tmp/Kelp/target";
+  ASSERT_EQ(0, mkfifo(kTarget, 0600));
+  ASSERT_EQ(0, symlink(kTarget, kFifoPath));
+  {
+    IpcReceiver receiver(kFifoPath);
+    const int writer = open(kTarget, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_TRUE(KelpTest::writeMessage(writer, makeMessage(1, 5, 0, 3, 1, "hello")));
+    EXPECT_EQ("hello", Received(receiver).text);
+    close(writer);
+  }
+  EXPECT_FALSE(KelpTest::exists(kFifoPath));
+  EXPECT_TRUE(isFifo(kTarget));
 }
 
 TEST(IpcReceiverCreationTest, TheUmaskIsRestoredOnFailureToo) {

@@ -241,6 +241,16 @@ TEST_F(IpcSenderTest, AFileInThePlaceOfTheFifoTakesTheMessageAsItIs) {
   EXPECT_EQ(37, status.st_size);
 }
 
+TEST_F(IpcSenderTest, ALinkInThePlaceOfTheFifoIsFollowed) {
+  constexpr char kTarget[] = "/tmp/Kelp/target";
+  constexpr char kLink[] = "/tmp/Kelp/link";
+  close(open(kTarget, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  ASSERT_EQ(0, symlink(kTarget, kLink));
+  IpcSender sender(kLink);
+  EXPECT_EQ(Kelp::CommonReturnCode_Ok, send(sender, "hello"));
+  EXPECT_EQ(37, KelpTest::statusOf(kTarget).st_size);
+}
+
 TEST_F(IpcSenderTest, WorksBeforeTheLibrarysStaticObjectsExist) {
   EXPECT_EQ(Kelp::CommonReturnCode_Ok, s_earlySender.result);
   WireMessage message;

@@ -178,6 +178,13 @@ TEST_F(AppPrefListRestoreTest, ChecksumAndIdentifierGoToTheTraceLevel) {
   EXPECT_TRUE(log.errors().empty());
 }
 
+TEST_F(AppPrefListRestoreTest, TextsOfTheSavedFileAreLoggedAsTheyAre) {
+  const LogCapture log;
+  EXPECT_EQ(restore(replaced(kAllTypesWritten, "{", R"({"appPreferenceCrc":"%n\n00812:1 forged L:1 line ",)")),
+            kRefused);
+  EXPECT_EQ(messagesOf(log.traces()), Names{"appPreferenceCrc: %n\n00812:1 forged L:1 line "});
+}
+
 TEST_F(AppPrefListRestoreTest, ChecksumAndIdentifierAreShownBeforeTheyAreExamined) {
   const std::string saved = replaced(kAllTypesWritten, "{", "{\"appPreferenceCrc\":\"12x\",");
   {
@@ -248,6 +255,11 @@ TEST_F(AppPrefListRestoreTest, FileWithAGoodOneIn4GiBIsRefused) {
   EXPECT_EQ(m_list->AppPrefRestore(kSavedPath, &m_changed), kRefused);
   EXPECT_EQ(messagesOf(log.errors()), Names{"###ERROR###"});
   expectUntouched();
+}
+
+TEST_F(AppPrefListRestoreTest, SavedFileMayBeOfAnySize) {
+  EXPECT_EQ(restore(savedForm(otherDay()) + std::string(1 << 20, ' ')), kOk);
+  EXPECT_EQ(valueOf("integer"), "43");
 }
 
 TEST_F(AppPrefListRestoreTest, WhatIsNoJsonIsRefused) {

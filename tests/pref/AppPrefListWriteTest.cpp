@@ -315,6 +315,16 @@ TEST_F(AppPrefListWriteTest, FileIsCreatedWithTheModeThatItIsToHave) {
   EXPECT_EQ(status.st_mode & 07777, 0777U);
 }
 
+TEST_F(AppPrefListWriteTest, ALinkInThePlaceOfTheTemporaryFileIsFollowed) {
+  const std::string elsewhere = "/tmp/elsewhere";
+  writeText(elsewhere, "what the link points to");
+  ASSERT_EQ(chmod(elsewhere.c_str(), 0600), 0);
+  ASSERT_EQ(symlink(elsewhere.c_str(), kTemporary.c_str()), 0);
+  EXPECT_EQ(m_list.writeFile(kTarget), 0);
+  EXPECT_EQ(readText(elsewhere), kAllTypesWritten);
+  EXPECT_EQ(KelpTest::modeOf(elsewhere), 0777U);
+}
+
 TEST_F(AppPrefListWriteTest, FileOfTheBenchmarkIsAsItIsWritten) {
   const std::string path = KELP_TEST_BENCH_DATA "/appPrefs64k.json";
   const AppPrefList list(path, false, 0);

@@ -17,6 +17,7 @@
 #include "BinarySerializer.h"
 #include "support/CallFaults.h"
 #include "support/Descriptors.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 #include "support/ObjectType.h"
 #include "support/Vectors.h"
@@ -109,6 +110,21 @@ TEST_F(BinarySerializerTest, CreatesTheFileForItsOwnerAlone) {
   ASSERT_EQ(stat(kResponse, &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0600U);
   EXPECT_EQ(serializer.getOutputFile(), kResponse);
+}
+
+TEST_F(BinarySerializerTest, FileThatIsThereKeepsItsMode) {
+  close(open(kResponse, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  ASSERT_EQ(chmod(kResponse, 0644), 0);
+  const BinarySerializer serializer(kResponse);
+  EXPECT_EQ(KelpTest::modeOf(kResponse), 0644U);
+}
+
+TEST_F(BinarySerializerTest, ALinkInThePlaceOfTheFileIsFollowed) {
+  constexpr char kTarget[] = "/tmp/target";
+  close(open(kTarget, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  ASSERT_EQ(symlink(kTarget, kResponse), 0);
+  EXPECT_EQ(BinarySerializer(kResponse).putParamForStartApp(), CommonReturnCode_Ok);
+  EXPECT_EQ(KelpTest::statusOf(kTarget).st_size, 4);
 }
 
 TEST_F(BinarySerializerTest, OpensTheFileForWritingAlone) {

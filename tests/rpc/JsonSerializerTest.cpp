@@ -14,6 +14,7 @@
 #include "Base64EncDec.h"
 #include "JsonSerializer.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 #include "support/TextFile.h"
 
@@ -431,6 +432,23 @@ TEST(JsonSerializerLifeTest, OldContentIsGoneFromTheStart) {
   writeText(kResponse, "an older and longer response");
   const JsonSerializer serializer(kResponse);
   EXPECT_EQ(readText(kResponse), "");
+}
+
+TEST(JsonSerializerLifeTest, FileIsCreatedAsTheUmaskAllows) {
+  unlink(kResponse);
+  const mode_t mask = umask(027);
+  const JsonSerializer serializer(kResponse);
+  umask(mask);
+  EXPECT_EQ(KelpTest::modeOf(kResponse), 0640U);
+}
+
+TEST(JsonSerializerLifeTest, ALinkInThePlaceOfTheFileIsFollowed) {
+  unlink(kResponse);
+  writeText(kInput, "what the link points to");
+  ASSERT_EQ(symlink(kInput, kResponse), 0);
+  EXPECT_EQ(JsonSerializer(kResponse).doSerialize(), CommonReturnCode_Ok);
+  EXPECT_EQ(readText(kInput), "{}");
+  unlink(kResponse);
 }
 
 TEST(JsonSerializerLifeTest, ResponseThatIsNeverWrittenLeavesAnEmptyClosedFile) {

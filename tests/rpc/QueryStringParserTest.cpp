@@ -18,6 +18,7 @@
 #include "QueryStringParser.h"
 #include "SysFunc.h"
 #include "support/CallFaults.h"
+#include "support/FileStatus.h"
 #include "support/LogCapture.h"
 #include "support/QueryStringReference.h"
 #include "support/RandomSource.h"
@@ -182,6 +183,14 @@ TEST(QueryStringParserTest, GivesBackDescriptorAndMappingWhateverBecameOfTheFile
     EXPECT_FALSE(isMapped(kRequest));
     EXPECT_EQ(openDescriptors(), before);
   }
+}
+
+// The pages that it loses are gone from the mapping too, those that were decoded into among them.
+TEST(QueryStringParserDeathTest, FileThatIsShortenedEndsTheProcess) {
+  const auto parser = parse("a=1");
+  EXPECT_EQ(getString(*parser, "a"), ok("1"));
+  ASSERT_EQ(truncate(kRequest, 0), 0);
+  EXPECT_DEATH(getString(*parser, "a"), "");
 }
 
 TEST(QueryStringParserDeathTest, ParsingTwiceEndsTheProcess) {
@@ -498,6 +507,25 @@ TEST(QueryStringParserTest, EmptyDataCreatesTheFileThroughTheShell) {
   EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
   EXPECT_EQ(readFile(kOutput), "");
   EXPECT_EQ(KelpTest::lastSystemCommand(), std::string("/bin/busybox touch ") + kOutput);
+}
+
+TEST(QueryStringParserTest, OutputFileIsCreatedAsTheUmaskAllows) {
+  for (const char* body : {"d=TWFu", "d="}) {
+    unlink(kOutput);
+    const auto parser = parse(body);
+    const mode_t mask = umask(027);
+    EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
+    umask(mask);
+    EXPECT_EQ(KelpTest::modeOf(kOutput), 0640U) << body;
+  }
+}
+
+TEST(QueryStringParserTest, ALinkInThePlaceOfTheOutputFileIsFollowed) {
+  const auto parser = parse("d=TWFu");
+  writeFile("/tmp/target", "what the link points to");
+  ASSERT_EQ(symlink("/tmp/target", kOutput), 0);
+  EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_Ok);
+  EXPECT_EQ(readFile("/tmp/target"), "Man");
 }
 
 TEST(QueryStringParserTest, EmptyDataLeavesAnExistingFilesContent) {
