@@ -18,8 +18,8 @@ struct CallResult {
   Record answer;  // the core's; empty when there is none
 };
 
-// `responseFilePath`: where the answer is made; the file is gone when the function returns. Returns false when standard
-// output does not take the reply.
+// `responseFilePath`: where the answer is made; the file is gone when the function returns. Where it cannot be made, as
+// at an empty path, the reply is a fault. Returns false when standard output does not take the reply.
 bool printReply(const CallResult& result, const std::string& responseFilePath);
 
 }  // namespace KelpExample

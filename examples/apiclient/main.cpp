@@ -54,15 +54,15 @@ Fault takeBody(const KelpExample::RequestHead& head, Kelp::FileOperator& file) {
 }
 
 // The file with the body is kept until the core has answered, since it may hold a package. A core that wants it takes
-// it away.
-Fault serve(CallResult& result) {
+// it away. Without a place for files of its own the client makes none.
+Fault serve(CallResult& result, bool hasPlace) {
   KelpExample::RequestHead head;
   Fault fault = KelpExample::readHead(head);
   result.form = head.form;
   if (fault.isSet()) {
     return fault;
   }
-  if (!KelpExample::clearFifoPath(Kelp::IpcAddressApi(getpid()).getFifoFilePath())) {
+  if (!hasPlace) {
     return {500, Kelp::CommonReturnCode_FileAccessError, "the FIFO for the answer cannot be made"};
   }
   Kelp::FileOperator file(KelpExample::requestFilePath(getpid()), false);
@@ -81,7 +81,8 @@ Fault serve(CallResult& result) {
 
 int main() {
   signal(SIGPIPE, SIG_IGN);  // a caller that has hung up must not keep the files from being removed
+  const bool hasPlace = KelpExample::clearFifoPath(Kelp::IpcAddressApi(getpid()).getFifoFilePath());
   CallResult result;
-  result.fault = serve(result);
-  return KelpExample::printReply(result, responseFilePath()) ? EXIT_SUCCESS : EXIT_FAILURE;
+  result.fault = serve(result, hasPlace);
+  return KelpExample::printReply(result, hasPlace ? responseFilePath() : "") ? EXIT_SUCCESS : EXIT_FAILURE;
 }

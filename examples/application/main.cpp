@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
   }
   const Kelp::IpcAddressApp address(toNumber(argv[2]), toNumber(argv[3]));
   if (!KelpExample::clearFifoPath(address.getFifoFilePath())) {
-    KelpExample::note("%s is in use", address.getFifoFilePath().c_str());
+    KelpExample::note("%s is in use, or its directory is not ours alone", address.getFifoFilePath().c_str());
     return EXIT_FAILURE;
   }
   Kelp::TimerService::createInstance();

@@ -11,7 +11,9 @@ namespace KelpExample {
 bool isFifoRead(const std::string& path);
 
 // Removes whatever stands at the path, unless it is a FIFO that somebody reads: then it belongs to a process that
-// lives, and the result is false. True: the path is free. The directory is made where it is missing.
+// lives, and the result is false. So it is, and nothing is removed, where the directory is no directory, belongs to
+// another user than this process's or root, or may be written to by everybody. True: the path is free. The directory
+// is made where it is missing.
 bool clearFifoPath(const std::string& path);
 
 }  // namespace KelpExample

@@ -29,6 +29,10 @@ void PackageJob::executeInWorkerThread() {
   }
 }
 
+Kelp::FdOperator& PackageJob::namedPackage() {
+  return m_namedPackage;
+}
+
 Kelp::CommonReturnCode_t PackageJob::getResult() const {
   return m_result;
 }

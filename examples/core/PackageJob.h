@@ -22,6 +22,10 @@ class PackageJob : public Kelp::WorkerThreadService::RequestToWorkerThread {
 
   void executeInWorkerThread() override;
 
+  // For the file that a request names, which has to stay reachable by its descriptor until it has been decoded; none at
+  // first.
+  Kelp::FdOperator& namedPackage();
+
   // What came of it, once it has been executed: 0; 10 the package is no Base64 text; 15 it cannot be read or written.
   Kelp::CommonReturnCode_t getResult() const;
 
@@ -31,6 +35,7 @@ class PackageJob : public Kelp::WorkerThreadService::RequestToWorkerThread {
 
   const RequestForm m_form;
   const Kelp::FileOperator m_request;
+  Kelp::FdOperator m_namedPackage{true};
   const std::string m_packagePath;
   Kelp::CommonReturnCode_t m_result = Kelp::CommonReturnCode_InternalError;
 };

@@ -1,12 +1,14 @@
 #include "core/PackageUpdates.h"
 
+#include <fcntl.h>
+#include <limits.h>
 #include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 
+#include "FileOperator.h"
 #include "FilePathManager.h"
 #include "SysFunc.h"
 #include "common/WebApi.h"
@@ -20,13 +22,17 @@ using Kelp::FilePathManager;
 
 // Any local process could have put anything there: a link, a FIFO that blocks, a file without end. An empty file is no
 // package.
-CommonReturnCode_t checkFile(const std::string& path) {
-  struct stat status;
-  if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
+CommonReturnCode_t checkStatus(const struct stat& status) {
+  if (!S_ISREG(status.st_mode) || status.st_size == 0) {
     return Kelp::CommonReturnCode_InvalidProtocol;
   }
   const bool isTooLarge = status.st_size > static_cast<off_t>(kMaxUploadBytes);
   return isTooLarge ? Kelp::CommonReturnCode_NotEnoughMemory : Kelp::CommonReturnCode_Ok;
+}
+
+CommonReturnCode_t checkFile(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0 ? checkStatus(status) : Kelp::CommonReturnCode_InvalidProtocol;
 }
 
 // The caller's file is the core's own from here on: nobody changes it any more, and a caller that gives up waiting does
@@ -35,20 +41,46 @@ bool takeOver(int clientPid, const std::string& path) {
   return rename(requestFilePath(clientPid).c_str(), path.c_str()) == 0;
 }
 
+// A path by which the process reaches what the descriptor stands for.
+std::string descriptorPath(int fd) {
+  return "/proc/self/fd/" + std::to_string(fd);
+}
+
+std::string actualPath(int fd) {
+  char path[PATH_MAX];
+  const ssize_t size = readlink(descriptorPath(fd).c_str(), path, sizeof(path));
+  return std::string(path, size < 0 ? 0 : static_cast<size_t>(size));
+}
+
+// The record of an update that names this path.
+bool writeRecord(const std::string& requestPath, const std::string& path) {
+  const std::string record = std::string(8, '\0') + path + '\0';  // code and install id, which is not looked at again
+  const auto size = static_cast<int>(record.size());
+  Kelp::FileOperator file(requestPath, false);
+  return file.open(O_WRONLY | O_TRUNC, 0) == 0 && file.write(record.data(), size) == size;
+}
+
 // A record names a file of this machine, and its caller may be anybody: only those files can be meant that applications
-// have put into their own place in RAM.
-CommonReturnCode_t checkNamedPackage(const std::string& requestPath) {
+// have put into their own place in RAM. The name is looked up once, and the record then names what was found: by the
+// time that it is read, the application could have put a link to somewhere else there.
+CommonReturnCode_t holdNamedPackage(const std::string& requestPath, Kelp::FdOperator& package) {
   std::string path;
   if (makeParser(RequestForm::Binary, requestPath)->getStringData(kApplicationPackage, path) !=
       Kelp::CommonReturnCode_Ok) {
     return Kelp::CommonReturnCode_InvalidProtocol;
   }
-  const std::unique_ptr<char, decltype(&free)> resolved(realpath(path.c_str(), nullptr), &free);
+  package.setFd(open(path.c_str(), O_PATH | O_CLOEXEC));  // looks it up and does not touch it
   const std::string place = FilePathManager::getAppTmpBasePath() + "/";
-  if (resolved == nullptr || strncmp(place.c_str(), resolved.get(), place.size()) != 0) {
+  struct stat status;
+  if (actualPath(package.getFd()).compare(0, place.size(), place) != 0 || fstat(package.getFd(), &status) != 0) {
     return Kelp::CommonReturnCode_PermissionDenied;
   }
-  return checkFile(path);
+  const CommonReturnCode_t code = checkStatus(status);
+  if (code != Kelp::CommonReturnCode_Ok) {
+    return code;
+  }
+  return writeRecord(requestPath, descriptorPath(package.getFd())) ? Kelp::CommonReturnCode_Ok
+                                                                   : Kelp::CommonReturnCode_IoError;
 }
 
 std::string packagePath(const Application& application) {
@@ -56,9 +88,10 @@ std::string packagePath(const Application& application) {
 }
 
 // What is in a form may be large, and is left to the worker.
-CommonReturnCode_t checkUpload(RequestForm form, const std::string& requestPath) {
+CommonReturnCode_t checkUpload(RequestForm form, const std::string& requestPath, Kelp::FdOperator& package) {
   const CommonReturnCode_t code = checkFile(requestPath);
-  return code == Kelp::CommonReturnCode_Ok && form == RequestForm::Binary ? checkNamedPackage(requestPath) : code;
+  return code == Kelp::CommonReturnCode_Ok && form == RequestForm::Binary ? holdNamedPackage(requestPath, package)
+                                                                          : code;
 }
 
 bool getForm(const WebApiCall& call, RequestForm& form) {
@@ -94,7 +127,7 @@ void PackageUpdates::begin(std::unique_ptr<WebApiCall> call, const Application& 
     return;
   }
   auto job = std::make_unique<PackageJob>(form, requestPath, packagePath(application));  // removes it in any case
-  const CommonReturnCode_t code = checkUpload(form, requestPath);
+  const CommonReturnCode_t code = checkUpload(form, requestPath, job->namedPackage());
   if (code != Kelp::CommonReturnCode_Ok) {
     call->answer(code);
     return;

@@ -22,7 +22,7 @@ int main() {
   signal(SIGPIPE, SIG_IGN);
   signal(SIGCHLD, SIG_DFL);  // whoever started the core may ignore it, and then no child's end would be told
   if (!KelpExample::clearFifoPath(Kelp::FilePathManager::getCoreFifoPath())) {
-    KelpExample::note("another core is running, or %s cannot be removed",
+    KelpExample::note("another core is running, %s cannot be removed, or its directory is not ours alone",
                       Kelp::FilePathManager::getCoreFifoPath().c_str());
     return EXIT_FAILURE;
   }

@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "Base64EncDec.h"
 #include "FilePathManager.h"
@@ -262,6 +264,46 @@ TEST_F(PackageUpdateTest, ARecordMayOnlyNameAnUploadedFile) {
     EXPECT_EQ(codeRecord(code), callApi(updateRecord(1, path), kBinary).body) << path;
   }
   EXPECT_NE(0, access(m_package.c_str(), F_OK));
+  endCore(core);
+}
+
+// The updates of two other applications, whose pipes nobody reads, hold up the workers, so that the third one waits
+// behind the check of its file.
+TEST_F(PackageUpdateTest, AFileIsTheOneThatWasCheckedWhateverItsNameStandsForByThen) {
+  const std::string secret = "/mnt/system/kelp/secret";
+  writeFile(secret, base64("secret"));
+  writeFile(m_upload, base64("Kelp"));
+  std::filesystem::copy(FilePathManager::getAppPath("clock"), FilePathManager::getAppPath("third"),
+                        std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks);
+  std::vector<std::string> pipes;
+  for (const char* const name : {"clock", "radio"}) {
+    ASSERT_EQ(0, mkdir(FilePathManager::getAppSetupPath(name).c_str(), 0755));
+    pipes.push_back(FilePathManager::getAppSetupPath(name) + "/package~");
+    ASSERT_EQ(0, mkfifo(pipes.back().c_str(), 0600));
+  }
+  CoreProcess core;
+  std::vector<std::unique_ptr<ClientProcess>> clients;
+  const auto update = [&](const std::string& body, const char* contentType) {
+    const size_t number = clients.size();
+    clients.push_back(std::make_unique<ClientProcess>(body, postVariables(body, contentType)));
+    EXPECT_TRUE(waitUntil([&] {
+      return has(testing::PrintToString(filesIn(FilePathManager::getCoreTmpPath())),
+                 "core0000000" + std::to_string(number));
+    }));
+  };
+  update(upload(kBoundaries[0], base64("Kelp"), "00000001"), kMultipart);
+  update(upload(kBoundaries[0], base64("Kelp"), "00000002"), kMultipart);
+  update(updateRecord(3, m_upload), kBinary);
+  EXPECT_EQ(200, callApi("methodName=getApplicationList").httpStatus);  // the core is done with the check
+  ASSERT_EQ(0, symlink(secret.c_str(), (m_upload + ".link").c_str()));
+  ASSERT_EQ(0, rename((m_upload + ".link").c_str(), m_upload.c_str()));
+  for (const std::string& pipe : pipes) {
+    EXPECT_EQ("Kelp", contentOf(pipe));
+  }
+  EXPECT_EQ(200, clients[0]->waitForReply().httpStatus);
+  EXPECT_EQ(200, clients[1]->waitForReply().httpStatus);
+  EXPECT_EQ(codeRecord(0), clients[2]->waitForReply().body);
+  EXPECT_EQ("Kelp", contentOf(FilePathManager::getAppSetupPath("third") + "/package"));
   endCore(core);
 }
 

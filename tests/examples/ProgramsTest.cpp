@@ -20,6 +20,7 @@
 #include "common/StaleFifo.h"
 #include "examples/ExamplePrograms.h"
 #include "support/Emulator.h"
+#include "support/PrivateNamespace.h"
 
 namespace KelpTest {
 namespace {
@@ -113,6 +114,37 @@ TEST_F(ProgramsTest, ACoreThatCannotHaveItsFifoSaysSoAndEnds) {
   std::filesystem::remove(FilePathManager::getCoreTmpPath());
   std::ofstream(FilePathManager::getCoreTmpPath()) << "in the way";
   EXPECT_EQ(1, WEXITSTATUS(CoreProcess(CoreProcess::Start::Fails).waitForEnd()));
+}
+
+// Names of files in it can be told beforehand: whoever may write to it could put links there.
+TEST_F(ProgramsTest, ADirectoryThatOthersMayWriteToIsRefused) {
+  const std::string directory = FilePathManager::getCoreTmpPath();
+  for (const mode_t mode : {0777u, 01777u}) {
+    ASSERT_EQ(0, chmod(directory.c_str(), mode));
+    EXPECT_EQ(1, WEXITSTATUS(CoreProcess(CoreProcess::Start::Fails).waitForEnd()));
+    EXPECT_EQ(500, callApi(kClockList).httpStatus);
+  }
+  EXPECT_EQ(std::vector<std::string>(), filesIn(directory));
+}
+
+TEST_F(ProgramsTest, ADirectoryOfAnotherUserIsRefused) {
+  if (!isRealRoot()) {
+    GTEST_SKIP() << "only root can give files away";
+  }
+  const std::string directory = FilePathManager::getCoreTmpPath();
+  ASSERT_EQ(0, chown(directory.c_str(), 4242, 4242));
+  EXPECT_EQ(1, WEXITSTATUS(CoreProcess(CoreProcess::Start::Fails).waitForEnd()));
+  EXPECT_EQ(500, callApi(kClockList).httpStatus);
+  EXPECT_EQ(std::vector<std::string>(), filesIn(directory));
+}
+
+TEST_F(ProgramsTest, ALinkToADirectoryIsRefused) {
+  const std::string directory = FilePathManager::getCoreTmpPath();
+  ASSERT_EQ(0, rename(directory.c_str(), (directory + ".elsewhere").c_str()));
+  ASSERT_EQ(0, symlink((directory + ".elsewhere").c_str(), directory.c_str()));
+  EXPECT_EQ(1, WEXITSTATUS(CoreProcess(CoreProcess::Start::Fails).waitForEnd()));
+  EXPECT_EQ(500, callApi(kClockList).httpStatus);
+  ASSERT_EQ(0, unlink(directory.c_str()));
 }
 
 TEST_F(ProgramsTest, AnUnexpectedRequestGetsAnErrorAnswer) {
