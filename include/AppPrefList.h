@@ -112,7 +112,7 @@ class KELP_EXPORT AppPrefList {
   // ("appPreferenceCrc"), of the same application and of the same major version. With the same minor version its items
   // have to be this list's in all but their values; with another one, the values that still have a place here are
   // taken. Access is not looked at. Blocks until the disks have the list's file. Returns
-  //   0 (OK), also when the list's file could not be written, which leaves an error line unless its text is too long;
+  //   0 (OK), also when the list's file could not be written, which leaves an error line;
   //   22 (Invalid Application Preference) when the saved file is refused, after an error line unless only the number
   //   of items differs;
   //   or what an item's setValueByString() returned when it refused its value.

@@ -424,8 +424,10 @@ CommonReturnCode_t AppPrefList::AppPrefRestore(const std::string& path, std::vec
   }
   const CommonReturnCode_t result =
       saved.getMinorVersion() == m_minorVersion ? carryOverAll(saved, changed) : carryOverSame(saved, changed);
-  if (result == CommonReturnCode_Ok) {
-    writeFile(m_path);  // whether it succeeds or not: the values are restored
+  // The values are restored whether the file can be written or not. A text that is too long, or that there is no memory
+  // for, leaves no line of its own.
+  if (result == CommonReturnCode_Ok && writeFile(m_path) == CommonReturnCode_NotEnoughMemory) {
+    KELP_LOG_ERROR("###ERROR###");
   }
   return result;
 }

@@ -463,10 +463,21 @@ TEST_F(AppPrefListRestoreTest, ValuesWhoseFileIsTooLongToBeWrittenAreRestoredInM
   const std::string saved = savedForm(replaced(json, "\"old\"", "\"new\""));
   const LogCapture log;
   EXPECT_EQ(restore(saved), kOk);
-  EXPECT_TRUE(log.errors().empty());
+  EXPECT_EQ(messagesOf(log.errors()), Names{"###ERROR###"});
   EXPECT_EQ(m_changed, Names{"pref0"});
   EXPECT_EQ(valueOf("pref0"), "new");
   EXPECT_EQ(readText(kPrefPath), json);
+}
+
+TEST_F(AppPrefListRestoreTest, ValuesWhoseFileThereIsNoMemoryForAreRestoredInMemory) {
+  writeText(kSavedPath, savedForm(otherDay()));
+  const LogCapture log;
+  const CallFault fault(Call::JsonToString, ENOMEM, 1);  // the first text is the checksum's
+  EXPECT_EQ(m_list->AppPrefRestore(kSavedPath, &m_changed), kOk);
+  EXPECT_EQ(fault.hits(), 1);
+  EXPECT_EQ(messagesOf(log.errors()), Names{"###ERROR###"});
+  EXPECT_EQ(valueOf("integer"), "43");
+  EXPECT_EQ(readText(kPrefPath), allTypesJson());
 }
 
 TEST_F(AppPrefListRestoreTest, FailedWriteDoesNotTakeTheValuesBack) {

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <pthread.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -260,6 +261,7 @@ class Process {
   const Fault m_fault;
   const bool m_looksForLeaks;
   LogCapture m_log;
+  const CallFault m_noSync{Call::Sync, EIO, 0, INT_MAX};  // of the whole machine, hundreds of times
   int m_blocksBefore = 0;
   int m_newCountBefore = 0;
   std::vector<int> m_callCountsBefore;

@@ -87,9 +87,9 @@ const char* nameOf(Call call);
 
 // While it lives: `skip` calls go through, the next `times` fail with errno `error` (a pthread call returns it; a call
 // that has no failure, like umask and free, is only counted, and sync does nothing), all later ones go through. The
-// result of a failing call is the one that its library documents: -1, null, MAP_FAILED, EOF or, for fread and fwrite, 0.
-// What releases something (close, fclose, munmap, pthread_join) does so all the same, as it does when the system fails
-// it. One fault per call at a time.
+// result of a failing call is the one that its library documents: -1, null, MAP_FAILED, EOF or, for fread and fwrite,
+// 0. What releases something (close, fclose, munmap, pthread_join) does so all the same, as it does when the system
+// fails it. One fault per call at a time.
 class CallFault {
  public:
   CallFault(Call call, int error, int skip = 0, int times = 1);
