@@ -47,7 +47,7 @@ Caller::Caller(const Conduct& conduct, CallAccount& account)
 Caller::~Caller() {
   m_receiver.reset();
   Kelp::TimerService::destroyInstance();
-  removeLateAnswers();
+  removeLateFiles();
 }
 
 int Caller::run() {
@@ -67,7 +67,7 @@ void Caller::callNext() {
   }
   m_request = m_conduct.nextRequest();
   m_request.putDecimal(KelpExample::kCallback, ++m_number);
-  KelpExample::OutgoingPayload payload(m_request, KelpExample::requestPayloadPath(m_address.getPid()));
+  KelpExample::OutgoingPayload payload(m_request, requestFile());
   if (m_sender == nullptr) {
     m_sender = std::make_unique<Kelp::IpcEventSender>(Kelp::IpcAddressCore(), *m_receiver);
   }
@@ -101,7 +101,8 @@ void Caller::handleResponse(Kelp::SessionId_t sessionId, Kelp::IpcAddress& /*src
 }
 
 void Caller::handleTimeoutError(Kelp::SessionId_t sessionId) {
-  m_lateAnswers.push_back(KelpExample::responsePayloadPath(m_address.getPid(), sessionId));
+  noteLateFile(requestFile());
+  noteLateFile(KelpExample::responsePayloadPath(m_address.getPid(), sessionId));
   endCall(sessionId, m_account.timedOut);
 }
 
@@ -134,12 +135,27 @@ bool Caller::isAnswerRight(Kelp::IpcDataResponse& data, int dataSize) const {
          number == m_number && code == Kelp::CommonReturnCode_Ok && m_conduct.isRight(m_request, answer);
 }
 
-// An answer that came too late and was too large for a message has its file still there.
-void Caller::removeLateAnswers() {
-  for (const std::string& path : m_lateAnswers) {
+// Each request has its own: the one before may have timed out, and its file may not have been read yet.
+std::string Caller::requestFile() const {
+  constexpr unsigned int kNoSessionOfOurs = 0x80000000;
+  return KelpExample::responsePayloadPath(m_address.getPid(), kNoSessionOfOurs + static_cast<unsigned int>(m_number));
+}
+
+// The file of a request that may never be read, or of an answer that may still come. By the time that some others have
+// timed out it is there or never will be.
+void Caller::noteLateFile(const std::string& path) {
+  constexpr size_t kMost = 16;
+  m_lateFiles.push_back(path);
+  if (m_lateFiles.size() > kMost) {
+    unlink(m_lateFiles.front().c_str());
+    m_lateFiles.pop_front();
+  }
+}
+
+void Caller::removeLateFiles() {
+  for (const std::string& path : m_lateFiles) {
     unlink(path.c_str());
   }
-  unlink(KelpExample::requestPayloadPath(m_address.getPid()).c_str());
 }
 
 }  // namespace KelpTest

@@ -7,10 +7,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "EventLooperMultiWait.h"
 #include "IpcAddressApi.h"
@@ -63,7 +63,9 @@ class Caller : public Kelp::IpcEventSender::ResponseHandler, public Kelp::TimerS
   void endCall(Kelp::SessionId_t sessionId, std::atomic<uint64_t>& end);
   void callAfter(std::chrono::microseconds pause);
   bool isAnswerRight(Kelp::IpcDataResponse& data, int dataSize) const;
-  void removeLateAnswers();
+  std::string requestFile() const;
+  void noteLateFile(const std::string& path);
+  void removeLateFiles();
 
   const Conduct m_conduct;
   CallAccount& m_account;
@@ -76,7 +78,7 @@ class Caller : public Kelp::IpcEventSender::ResponseHandler, public Kelp::TimerS
   int32_t m_number = 0;
   Kelp::SessionId_t m_session = Kelp::INVALID_SESSION_ID;  // of the request that has not ended
   std::chrono::steady_clock::time_point m_sentAt;
-  std::vector<std::string> m_lateAnswers;
+  std::deque<std::string> m_lateFiles;
 };
 
 }  // namespace KelpTest

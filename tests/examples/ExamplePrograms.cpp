@@ -47,9 +47,20 @@ std::vector<std::string> environmentWith(const std::vector<std::string>& variabl
   return all;
 }
 
+// A program's standard streams; -1: the test's own.
+struct Streams {
+  int input = -1;
+  int output = -1;
+  int error = -1;
+};
+
+bool putInPlace(int fd, int stream) {
+  return fd == -1 || dup2(fd, stream) != -1;
+}
+
 // A program does not outlive the test that started it, however that ends.
-pid_t spawn(const std::vector<std::string>& command, const std::vector<std::string>& variables, int inputFd = -1,
-            int outputFd = -1) {
+pid_t spawn(const std::vector<std::string>& command, const std::vector<std::string>& variables,
+            const Streams& streams) {
   const std::vector<char*> arguments = pointersTo(command);
   const std::vector<std::string> environment = environmentWith(variables);
   const std::vector<char*> environmentPointers = pointersTo(environment);
@@ -61,8 +72,8 @@ pid_t spawn(const std::vector<std::string>& command, const std::vector<std::stri
     return pid;
   }
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() == test && (inputFd == -1 || dup2(inputFd, STDIN_FILENO) != -1) &&
-      (outputFd == -1 || dup2(outputFd, STDOUT_FILENO) != -1)) {
+  if (getppid() == test && putInPlace(streams.input, STDIN_FILENO) && putInPlace(streams.output, STDOUT_FILENO) &&
+      putInPlace(streams.error, STDERR_FILENO)) {
     execve(arguments[0], arguments.data(), environmentPointers.data());
   }
   _exit(127);
@@ -136,6 +147,14 @@ void installApplications() {
   }
 }
 
+void installApplication(const std::string& name, const std::string& preferences) {
+  const std::string directory = FilePathManager::getAppPath(name);
+  std::filesystem::create_directories(directory + "/conf");
+  std::filesystem::create_directory(directory + "/bin");
+  writeFile(directory + "/conf/appPrefs.json", preferences);
+  std::filesystem::create_symlink(KELP_APPLICATION, directory + "/bin/application");
+}
+
 void setRunningTime(int32_t minutes) {
   const std::string directory = "/mnt/system/stats/uptime_total";
   std::filesystem::create_directories(directory);
@@ -143,7 +162,12 @@ void setRunningTime(int32_t minutes) {
             std::string(reinterpret_cast<const char*>(&minutes), sizeof(minutes)) + " and more");
 }
 
-CoreProcess::CoreProcess(Start start) : m_pid(spawn({KELP_CORE}, {})) {
+CoreProcess::CoreProcess(Start start, const std::string& logPath) {
+  const int logFd = logPath.empty() ? -1 : open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  m_pid = spawn({KELP_CORE}, {}, {-1, -1, logFd});
+  if (logFd != -1) {
+    close(logFd);
+  }
   if (start == Start::Succeeds) {
     EXPECT_TRUE(waitUntil([] { return KelpExample::isFifoRead(FilePathManager::getCoreFifoPath()); }));
   }
@@ -241,7 +265,7 @@ ClientProcess::ClientProcess(const std::string& input, const std::vector<std::st
   int out[2];
   EXPECT_EQ(0, pipe2(in, O_CLOEXEC));
   EXPECT_EQ(0, pipe2(out, O_CLOEXEC));
-  m_pid = spawn({KELP_API_CLIENT}, variables, in[0], out[1]);
+  m_pid = spawn({KELP_API_CLIENT}, variables, {in[0], out[1], -1});
   close(in[0]);
   close(out[1]);
   for (size_t written = 0; written < input.size();) {
@@ -305,6 +329,21 @@ void ExamplesTest::endCore(CoreProcess& core) {
   EXPECT_EQ(std::vector<std::string>(), filesIn(FilePathManager::getCoreTmpPath()));
 }
 
+bool sendAs(const Sender& sender, const std::string& toFifoPath, Kelp::IpcMessageKind kind, Kelp::SessionId_t sessionId,
+            const std::string& payload) {
+  Kelp::IpcHeader header = {};
+  header.kind = kind;
+  header.sessionId = sessionId;
+  header.srcAddressType = sender.type;
+  header.srcSpecificId.app = {sender.firstId, sender.secondId};
+  header.dataSize = static_cast<int32_t>(payload.size());
+  const std::string message = std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + payload;
+  const int fd = open(toFifoPath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  const bool isSent = write(fd, message.data(), message.size()) == static_cast<ssize_t>(message.size());
+  close(fd);
+  return isSent;
+}
+
 ForeignPeer::ForeignPeer(Kelp::IpcAddressType type, int firstId, int secondId, const std::string& fifoPath)
     : m_type(type), m_firstId(firstId), m_secondId(secondId), m_fifoPath(fifoPath) {
   EXPECT_EQ(0, mkfifo(fifoPath.c_str(), 0666));
@@ -319,16 +358,7 @@ ForeignPeer::~ForeignPeer() {
 
 void ForeignPeer::send(const std::string& toFifoPath, Kelp::IpcMessageKind kind, Kelp::SessionId_t sessionId,
                        const std::string& payload) const {
-  Kelp::IpcHeader header = {};
-  header.kind = kind;
-  header.sessionId = sessionId;
-  header.srcAddressType = m_type;
-  header.srcSpecificId.app = {m_firstId, m_secondId};
-  header.dataSize = static_cast<int32_t>(payload.size());
-  const std::string message = std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + payload;
-  const int fd = open(toFifoPath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-  EXPECT_EQ(static_cast<ssize_t>(message.size()), write(fd, message.data(), message.size()));
-  close(fd);
+  EXPECT_TRUE(sendAs({m_type, m_firstId, m_secondId}, toFifoPath, kind, sessionId, payload));
 }
 
 bool ForeignPeer::receive(Kelp::IpcHeader& header, std::string& payload) const {

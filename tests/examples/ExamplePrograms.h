@@ -30,6 +30,9 @@ void signalProcess(pid_t processId, int number);
 // The applications of the demo, as the platform would have installed them.
 void installApplications();
 
+// One more.
+void installApplication(const std::string& name, const std::string& preferences);
+
 // The device's running time, as the platform keeps it.
 void setRunningTime(int32_t minutes);
 
@@ -38,8 +41,9 @@ class CoreProcess {
  public:
   enum class Start { Succeeds, Fails };
 
-  // Returns when the core reads its FIFO, or, when its start is to fail, at once.
-  explicit CoreProcess(Start start = Start::Succeeds);
+  // Returns when the core reads its FIFO, or, when its start is to fail, at once. `logPath`: a file for what it and its
+  // applications write to standard error; empty: the test's own.
+  explicit CoreProcess(Start start = Start::Succeeds, const std::string& logPath = "");
   ~CoreProcess();
   CoreProcess(const CoreProcess&) = delete;
   CoreProcess& operator=(const CoreProcess&) = delete;
@@ -112,6 +116,17 @@ class ExamplesTest : public testing::Test {
   const std::string m_coreFifo;
   std::string m_clockPrefs;  // where an application's files are depends on what is installed
 };
+
+// Who a message says that it comes from.
+struct Sender {
+  Kelp::IpcAddressType type;
+  int firstId;
+  int secondId;
+};
+
+// Sends a message made of plain system calls. Returns false when the FIFO does not take it.
+bool sendAs(const Sender& sender, const std::string& toFifoPath, Kelp::IpcMessageKind kind, Kelp::SessionId_t sessionId,
+            const std::string& payload);
 
 // An API client, application or core that speaks the messages' wire format. `firstId` and `secondId` are its identity.
 class ForeignPeer {

@@ -1,0 +1,39 @@
+// What processes take of the machine, sampled, and whether it grows.
+#ifndef KELP_TESTS_LOAD_USAGE_H
+#define KELP_TESTS_LOAD_USAGE_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace KelpTest {
+
+class Usage {
+ public:
+  Usage(std::string name, std::vector<pid_t> pids);
+
+  void sample();
+
+  const std::string& name() const;
+  size_t processes() const;
+  int64_t peakKiB() const;  // the most resident memory of each, together; of processes that still run
+  int64_t fewestDescriptors() const;
+
+  // From the first third of the samples to the last one: by their medians, and by the fewest descriptors, because some
+  // are open for a moment only. 0 where there are fewer than three samples.
+  int64_t memoryGrowthKiB() const;
+  int64_t descriptorGrowth() const;
+
+ private:
+  const std::string m_name;
+  const std::vector<pid_t> m_pids;
+  std::vector<int64_t> m_kiB;
+  std::vector<int64_t> m_descriptors;
+};
+
+}  // namespace KelpTest
+
+#endif  // KELP_TESTS_LOAD_USAGE_H
