@@ -44,8 +44,10 @@ constexpr int kFirstFuncId = 0xB000;
 constexpr milliseconds kReportInterval{100};
 constexpr milliseconds kSettling{100};
 constexpr milliseconds kPhaseLength{300};
-constexpr int kRoundsToCoreStop = 10;    // a round is two phases, one with a stopped client
-constexpr int64_t kGrowthLimitKiB = 32;  // of each process: a heap of blocks of all sizes takes its time to settle
+constexpr milliseconds kAskingInterval{5};
+constexpr int kRequestsToFillAFifo = 64;  // with the answers to them
+constexpr int kRoundsToCoreStop = 10;     // a round is two phases, one with a stopped client
+constexpr int64_t kGrowthLimitKiB = 32;   // of each process: a heap of blocks of all sizes takes its time to settle
 constexpr char kCoreLog[] = "/tmp/core.log";
 
 // What a whole run has, and what the few seconds in the suite have. Only a whole run is alone on its machine, and its
@@ -200,25 +202,35 @@ class LoadTest : public testing::Test {
     }
   }
 
-  Latencies::Counts measureCalm() { return measure(Phase::Calm, &ClientBoard::calm); }
+  Latencies::Counts measureCalm() { return measure(Phase::Calm, &ClientBoard::calm, pickClient()); }
 
+  // What the core does when it cannot get rid of an answer counts as well: the client's FIFO is full.
   Latencies::Counts measureWithOneStopped() {
-    const pid_t client = m_clients[static_cast<size_t>(m_moments.pick(m_extent.clients))]->pid();
+    const pid_t client = pickClient();
     kill(client, SIGSTOP);
     int status;
     EXPECT_EQ(client, waitpid(client, &status, WUNTRACED));
-    fillFifoOf(client);
-    const Latencies::Counts counts = measure(Phase::OneStopped, &ClientBoard::oneStopped);
+    for (int i = 0; i < kRequestsToFillAFifo; ++i) {
+      askInNameOf(client);
+    }
+    std::this_thread::sleep_for(kSettling);
+    const Latencies::Counts counts = measure(Phase::OneStopped, &ClientBoard::oneStopped, client);
     kill(client, SIGCONT);
     ++m_stoppedClients;
     std::this_thread::sleep_for(kSettling);
     return counts;
   }
 
-  Latencies::Counts measure(Phase phase, Latencies ClientBoard::*latencies) {
+  pid_t pickClient() { return m_clients[static_cast<size_t>(m_moments.pick(m_extent.clients))]->pid(); }
+
+  // Meanwhile more answers go to one client, whether it takes them or not.
+  Latencies::Counts measure(Phase phase, Latencies ClientBoard::*latencies, pid_t client) {
     const Latencies::Counts before = sumOf(latencies);
     m_board->phase = phase;
-    std::this_thread::sleep_for(kPhaseLength);
+    for (auto passed = kPhaseLength * 0; passed < kPhaseLength; passed += kAskingInterval) {
+      std::this_thread::sleep_for(kAskingInterval);
+      askInNameOf(client);
+    }
     m_board->phase = Phase::Unmeasured;
     return sumOf(latencies) - before;
   }
@@ -231,17 +243,14 @@ class LoadTest : public testing::Test {
     return counts;
   }
 
-  // Asks in the client's name for more than its FIFO takes: what the core does when it cannot get rid of an answer
-  // counts as well.
-  static void fillFifoOf(pid_t client) {
+  // The client does not know of the request, and drops the answer.
+  static void askInNameOf(pid_t client) {
     Record request;
     request.putString(KelpExample::kMethodName, "getPreferences");
     request.putHexadecimal(KelpExample::kInstallId, 1);
     constexpr Kelp::SessionId_t kNoSessionOfTheClients = 0xF0000000;
-    for (int i = 0; i < 64; ++i) {
-      sendAs({Kelp::IpcAddressType_Api, client, 0}, FilePathManager::getCoreFifoPath(), Kelp::IpcMessageKind_Request,
-             kNoSessionOfTheClients, inMessage(request));
-    }
+    sendAs({Kelp::IpcAddressType_Api, client, 0}, FilePathManager::getCoreFifoPath(), Kelp::IpcMessageKind_Request,
+           kNoSessionOfTheClients, inMessage(request));
   }
 
   // For longer than the clients' time-out: all of them get theirs, or a refusal when the core's FIFO is full.
