@@ -10,7 +10,7 @@ namespace {
 
 // 0 behind the end.
 unsigned int bitAt(const std::string& data, std::size_t index) {
-  return index / 8 < data.size() ? static_cast<unsigned char>(data[index / 8]) >> (7 - index % 8) & 1U : 0U;
+  return index / 8 < data.size() ? (0U + static_cast<unsigned char>(data[index / 8])) >> (7 - index % 8) & 1U : 0U;
 }
 
 }  // namespace
