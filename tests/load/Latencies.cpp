@@ -9,22 +9,22 @@ namespace {
 
 // Each power of two is divided into as many buckets of equal width.
 constexpr unsigned kStepBits = 5;
-constexpr uint64_t kSteps = 1u << kStepBits;
+constexpr size_t kSteps = 1u << kStepBits;
 
 size_t bucketOf(uint64_t value) {
   unsigned shift = 0;
   while (value >> shift >= 2 * kSteps) {
     ++shift;
   }
-  return std::min<size_t>(shift * kSteps + (value >> shift), Latencies::kBuckets - 1);
+  return std::min(shift * kSteps + static_cast<size_t>(value >> shift), Latencies::kBuckets - 1);
 }
 
 uint64_t middleOf(size_t bucket) {
   if (bucket < 2 * kSteps) {
     return bucket;
   }
-  const uint64_t shift = bucket / kSteps - 1;
-  const uint64_t low = (bucket - shift * kSteps) << shift;
+  const size_t shift = bucket / kSteps - 1;
+  const uint64_t low = uint64_t{bucket - shift * kSteps} << shift;
   return low + (uint64_t{1} << shift) / 2;
 }
 
