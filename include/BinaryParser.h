@@ -57,9 +57,9 @@ class KELP_EXPORT BinaryParser : public RpcParser {
   // The member is the path of a file with Base64 text, of which CR, LF and blanks are dropped; what it decodes to goes
   // to `filePath`. May be called again. Returns "OK" (0); "Invalid Protocol" (10) when the member is missing or has 256
   // bytes or more, and, after one error line, when the file holds no Base64 text; "I/O error" (15) when the file is
-  // missing or cannot be read, or `filePath` not written whole; "Not Enough Memory" (16). An empty file creates
-  // `filePath`, or touches it, by the shell command "touch", into which the path goes unquoted; the command's result is
-  // the getter's.
+  // missing or cannot be read, or `filePath` not written whole, which leaves that empty; "Not Enough Memory" (16). An
+  // empty file creates `filePath`, or touches it, by the shell command "touch", into which the path goes unquoted; the
+  // command's result is the getter's.
   CommonReturnCode_t getBinaryData(const std::string& name, const std::string& filePath) override;
 
   // No method has a member that is meant for this: it hands out as many bytes of the record, not of the text, as the

@@ -1,7 +1,8 @@
 // A response as one JSON object, without white space: {"execId":"5","args":[{"prefName":"app1"}]}.
 //
 // Every value is a JSON string, numbers too. The response is built in memory and written at once by doSerialize(), so
-// nobody who reads the file after that sees half of it. Strings are taken up to their first NUL byte.
+// nobody who reads the file after that sees half of it. Memory that is out while it is built, but for the binary
+// values' own, ends the process. Strings are taken up to their first NUL byte.
 //
 // Threads: one response belongs to one thread.
 #ifndef KELP_RPC_JSON_SERIALIZER_H
@@ -54,8 +55,9 @@ class KELP_EXPORT JsonSerializer : public RpcSerializer {
   CommonReturnCode_t putBinaryData(const std::string& name, const std::string& filePath) override;
   CommonReturnCode_t putBinaryData(const std::string& name, void* data, unsigned int& size) override;
 
-  // Writes the response, containers still open as they stand, and closes the file. Returns 0. Must not be called twice;
-  // values put afterwards are lost.
+  // Writes the response, containers still open as they stand, and closes the file. One that cannot be written whole, as
+  // on a full disk, leaves one error line and an empty file. Returns 0. Must not be called twice; values put afterwards
+  // are lost.
   CommonReturnCode_t doSerialize() override;
 
   // For callers that build JSON text by hand: `text` with a backslash before each quotation mark, backslash and

@@ -23,7 +23,8 @@ class KELP_EXPORT RpcParser : public KelpObject {
   ~RpcParser() override;
 
   // The member's text as a decimal number. Text that is no number gives 0, and one beyond 32 bits the nearest int.
-  // Returns "OK" (0), or "Invalid Protocol" (10) when the member is missing or empty; `value` is then untouched.
+  // Returns "OK" (0), or "Invalid Protocol" (10) when the member is missing or empty or there is no memory for its
+  // text; `value` is then untouched.
   virtual CommonReturnCode_t getDecimal(const std::string& name, int& value) = 0;
 
   // The member's text as a hexadecimal number, of which at most 8 characters are read; "0x" may precede the digits.
@@ -31,12 +32,14 @@ class KELP_EXPORT RpcParser : public KelpObject {
   virtual CommonReturnCode_t getHexadecimal(const std::string& name, int& value) = 0;
 
   // The member's text, up to its first NUL byte.
-  // Returns "OK" (0), or "Invalid Protocol" (10) when the member is missing.
+  // Returns "OK" (0), or "Invalid Protocol" (10) when the member is missing or there is no memory for its text; `value`
+  // is then untouched.
   virtual CommonReturnCode_t getStringData(const std::string& name, std::string& value) = 0;
 
   // The member's binary value, written to the file at `filePath`, which is created or overwritten.
   // Returns "OK" (0); "Invalid Protocol" (10) when the member is missing or no Base64 text; "I/O error" (15) when the
-  // file cannot be opened or written whole. Blocks on the file system. May be called once for a member.
+  // file cannot be opened, or not written whole, which leaves it empty. Blocks on the file system. May be called once
+  // for a member.
   virtual CommonReturnCode_t getBinaryData(const std::string& name, const std::string& filePath) = 0;
 
   // The member's binary value as a block of `size` bytes, which the caller releases with SysFunc::kelpFree().

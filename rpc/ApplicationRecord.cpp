@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <string>
 
 #include "ApplicationInfoList.h"
 
@@ -17,9 +16,9 @@ namespace {
 constexpr int kUnused = -1;
 
 template <std::size_t Size>
-void putText(const std::string& text, char (&field)[Size]) {
-  const std::size_t length = strnlen(text.c_str(), Size);
-  memcpy(field, text.c_str(), length);
+void putText(const char* text, char (&field)[Size]) {
+  const std::size_t length = strnlen(text, Size);
+  memcpy(field, text, length);
   memset(field + length, 0, Size - length);
 }
 
@@ -27,7 +26,7 @@ void putText(const std::string& text, char (&field)[Size]) {
 
 ApplicationRecord::ApplicationRecord(const ApplicationInfoList_t& entry)
     : firstWord(littleEndian(entry.firstWord)), secondWord(littleEndian(entry.secondWord)) {
-  putText(entry.text, text);
+  putText(entry.text.c_str(), text);
   std::transform(std::begin(entry.words), std::end(entry.words), words, littleEndian);
   for (std::size_t i = 0; i < std::size(pairs); ++i) {
     const bool isUsed = i < entry.pairs.size();
@@ -37,7 +36,7 @@ ApplicationRecord::ApplicationRecord(const ApplicationInfoList_t& entry)
   for (std::size_t i = 0; i < std::size(slots); ++i) {
     const bool isUsed = i < entry.slots.size();
     slots[i].word = littleEndian(isUsed ? entry.slots[i].first : kUnused);
-    putText(isUsed ? entry.slots[i].second : std::string(), slots[i].text);
+    putText(isUsed ? entry.slots[i].second.c_str() : "", slots[i].text);
   }
 }
 

@@ -8,7 +8,8 @@ namespace Kelp {
 
 struct ApplicationInfoList_t;
 
-// All words are little-endian. Texts are filled up with NUL, and not terminated when they fill their field.
+// All words are little-endian. Texts are filled up with NUL, and not terminated when they fill their field. Making one
+// allocates nothing: a response that is being written does not end in its middle for want of memory.
 struct ApplicationRecord {
   struct Pair {
     std::uint32_t first;

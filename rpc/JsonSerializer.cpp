@@ -10,6 +10,7 @@
 #include "FileOperator.h"
 #include "SysFunc.h"
 #include "foundation/Diagnostics.h"
+#include "rpc/OutputFile.h"
 
 namespace Kelp {
 
@@ -39,7 +40,9 @@ JsonSerializer::JsonSerializer(const std::string& filePath)
   setObjectType(ObjectType_JsonSerializer);
   KELP_ASSERT(m_fpo != nullptr, "__null != m_fpo");
   ::setvbuf(m_fpo, nullptr, _IONBF, 0);  // all is written at once: a buffer would only cost
-  m_jsonObj.push_back(json_object_new_object());
+  json_object* const root = json_object_new_object();
+  KELP_ASSERT(root != nullptr, "__null != root");
+  m_jsonObj.push_back(root);
   m_containerKinds.push_back(kKindStruct);
 }
 
@@ -142,10 +145,16 @@ CommonReturnCode_t JsonSerializer::putBinaryData(const std::string& name, void* 
 }
 
 CommonReturnCode_t JsonSerializer::doSerialize() {
-  ::fputs(json_object_to_json_string_ext(m_jsonObj.front(), kPlainForm), m_fpo);
+  const char* const text = json_object_to_json_string_ext(m_jsonObj.front(), kPlainForm);
+  KELP_ASSERT(text != nullptr, "__null != text");
+  const bool isWritten = ::fputs(text, m_fpo) >= 0;
   m_containerKinds.pop_back();
-  ::fclose(m_fpo);
+  const bool isClosed = ::fclose(m_fpo) == 0;
   m_fpo = nullptr;
+  if (!isWritten || !isClosed) {
+    KELP_LOG_ERROR("###ERROR###\n");
+    emptyFile(getOutputFile());
+  }
   return CommonReturnCode_Ok;
 }
 
@@ -165,14 +174,15 @@ std::string JsonSerializer::escapeString(const std::string& text) {
   return escaped;
 }
 
-// The container is asked for its type, because a value may still be put after doSerialize() has dropped a kind.
+// The container is asked for its type, because a value may still be put after doSerialize() has dropped a kind. Memory
+// that is out ends the process, as it does where a string or a vector needs it: no response is to lack a value.
 void JsonSerializer::add(const std::string& name, json_object* value) {
+  KELP_ASSERT(value != nullptr, "__null != value");
   json_object* const container = m_jsonObj.back();
-  if (json_object_is_type(container, json_type_array) != 0) {
-    json_object_array_add(container, value);
-  } else {
-    json_object_object_add(container, name.c_str(), value);
-  }
+  const int result = json_object_is_type(container, json_type_array) != 0
+                         ? json_object_array_add(container, value)
+                         : json_object_object_add(container, name.c_str(), value);
+  KELP_ASSERT(result == 0, "0 == result");
 }
 
 void JsonSerializer::addText(const std::string& name, const char* text) {

@@ -5,6 +5,7 @@
 
 #include "Base64EncDec.h"
 #include "SysFunc.h"
+#include "rpc/OutputFile.h"
 
 namespace Kelp {
 
@@ -41,7 +42,11 @@ CommonReturnCode_t writeDataFile(const void* data, unsigned int size, const std:
   }
   const bool isWritten = fwrite(data, 1, size, file) == size;
   const bool isClosed = fclose(file) == 0;  // flushes: a full disk may show only here
-  return isWritten && isClosed ? CommonReturnCode_Ok : CommonReturnCode_IoError;
+  if (!isWritten || !isClosed) {
+    emptyFile(filePath);
+    return CommonReturnCode_IoError;
+  }
+  return CommonReturnCode_Ok;
 }
 
 CommonReturnCode_t touchFile(const std::string& filePath) {

@@ -17,7 +17,8 @@ CommonReturnCode_t decodeToMemory(char* text, unsigned int size, void*& data, un
 // Into the file at `filePath`, as writeDataFile() does; no text at all only touches the file, as touchFile() does.
 CommonReturnCode_t decodeToFile(char* text, unsigned int size, const std::string& filePath);
 
-// Creates or overwrites the file. "I/O error" (15) when it cannot be opened or written whole.
+// Creates or overwrites the file. "I/O error" (15) when it cannot be opened, or not written whole, which leaves it
+// empty.
 CommonReturnCode_t writeDataFile(const void* data, unsigned int size, const std::string& filePath);
 
 // Creates the file, or sets its time, through the shell.

@@ -19,7 +19,8 @@ class MemberText {
   MemberText(const MemberText&) = delete;
   MemberText& operator=(const MemberText&) = delete;
 
-  bool isMissing() const { return m_size == kNoMember; }
+  // No such member, or no memory for its text.
+  bool isMissing() const { return m_pText == nullptr; }
   bool hasText() const { return m_size != kNoMember && m_size > 0; }
 
   // REQUIRES, all three: hasText().

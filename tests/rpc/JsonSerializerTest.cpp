@@ -15,6 +15,7 @@
 #include "JsonSerializer.h"
 #include "support/CallFaults.h"
 #include "support/FileStatus.h"
+#include "support/FullDisk.h"
 #include "support/LogCapture.h"
 #include "support/TextFile.h"
 
@@ -260,6 +261,54 @@ TEST_F(JsonSerializerDeathTest, ClosingTheRootBehindAContainerEndsTheProcess) {
   EXPECT_DEATH(m_serializer.endStruct(), "Assertion `1 < m_jsonObj\\.size\\(\\)' failed");
 }
 
+// What it makes of json-c's values, none of which can be had without memory.
+void fillIn(JsonSerializer& serializer) {
+  serializer.putStringData("a", "b");
+  serializer.beginArray("list");
+  serializer.beginStruct("");
+  serializer.doSerialize();
+}
+
+TEST_F(JsonSerializerDeathTest, NoMemoryForAValueEndsTheProcess) {
+  for (const Call call : {Call::JsonNewString, Call::JsonNewArray, Call::JsonNewObject}) {
+    EXPECT_DEATH(
+        {
+          const CallFault fault(call, ENOMEM);
+          fillIn(m_serializer);
+        },
+        "JsonSerializer\\.cpp:[0-9]+: .*add\\(.*\\): Assertion `__null != value' failed");
+  }
+}
+
+TEST_F(JsonSerializerDeathTest, NoMemoryForTheRootEndsTheProcess) {
+  EXPECT_DEATH(
+      {
+        const CallFault fault(Call::JsonNewObject, ENOMEM);
+        const JsonSerializer serializer(kResponse);
+      },
+      "JsonSerializer\\.cpp:[0-9]+: .*JsonSerializer\\(.*\\): Assertion `__null != root' failed");
+}
+
+TEST_F(JsonSerializerDeathTest, NoRoomForAValueEndsTheProcess) {
+  for (const Call call : {Call::JsonObjectAdd, Call::JsonArrayAdd}) {
+    EXPECT_DEATH(
+        {
+          const CallFault fault(call, ENOMEM);
+          fillIn(m_serializer);
+        },
+        "JsonSerializer\\.cpp:[0-9]+: .*add\\(.*\\): Assertion `0 == result' failed");
+  }
+}
+
+TEST_F(JsonSerializerDeathTest, NoMemoryForTheTextEndsTheProcess) {
+  EXPECT_DEATH(
+      {
+        const CallFault fault(Call::JsonToString, ENOMEM);
+        fillIn(m_serializer);
+      },
+      "JsonSerializer\\.cpp:[0-9]+: .*doSerialize\\(\\): Assertion `__null != text' failed");
+}
+
 TEST_F(JsonSerializerDeathTest, OutputFileThatCannotBeOpenedEndsTheProcess) {
   EXPECT_DEATH(
       JsonSerializer("/tmp/missing/response"),
@@ -391,6 +440,25 @@ TEST_F(JsonSerializerTest, OutputFileIsEmptyUntilTheResponseIsWrittenAtOnce) {
   const int calls = callCount(Call::Fputs);
   EXPECT_EQ(written().size(), 100008U);
   EXPECT_EQ(callCount(Call::Fputs), calls + 1);
+}
+
+TEST_F(JsonSerializerTest, FullDiskLeavesAnErrorLineAndAnEmptyFile) {
+  putText("a", std::string(100000, 'x'));
+  const LogCapture log;
+  {
+    const KelpTest::FullDisk disk(5000);
+    EXPECT_EQ(m_serializer.doSerialize(), CommonReturnCode_Ok);
+  }
+  EXPECT_EQ(log.lines(), std::vector<LogLine>{errorLine("JsonSerializer.cpp", 0, "doSerialize", "###ERROR###\n")});
+  EXPECT_TRUE(KelpTest::exists(kResponse));
+  EXPECT_EQ(readText(kResponse), "");
+}
+
+TEST_F(JsonSerializerTest, FailedCloseLeavesAnErrorLineAndAnEmptyFile) {
+  const LogCapture log;
+  const CallFault fault(Call::Fclose, EIO);
+  EXPECT_EQ(written(), "");
+  EXPECT_EQ(log.lines(), std::vector<LogLine>{errorLine("JsonSerializer.cpp", 0, "doSerialize", "###ERROR###\n")});
 }
 
 TEST_F(JsonSerializerTest, OutputFileIsCloseOnExecAndClosedOnceWritten) {

@@ -479,6 +479,22 @@ TEST(MultiPartParserTest, MemberIsNullWhenMemoryIsOut) {
   EXPECT_EQ(value, nullptr);
 }
 
+TEST(MultiPartParserTest, WithoutMemoryEveryValueIsInvalid) {
+  const auto parser = parse(request({part("a", "1")}));
+  int number = kUntouched;
+  {
+    const CallFault fault(Call::Malloc, ENOMEM);
+    EXPECT_EQ(parser->getDecimal("a", number), CommonReturnCode_InvalidProtocol);
+  }
+  {
+    const CallFault fault(Call::Malloc, ENOMEM);
+    EXPECT_EQ(parser->getHexadecimal("a", number), CommonReturnCode_InvalidProtocol);
+  }
+  EXPECT_EQ(number, kUntouched);
+  const CallFault fault(Call::Malloc, ENOMEM);
+  EXPECT_EQ(getString(*parser, "a"), invalid());
+}
+
 TEST(MultiPartParserTest, NumbersAreReadAsFarAsTheyAreNumbers) {
   const auto parser = parse(request({part("d", "26x"), part("h", "0000001A"), part("none", "xyz")}));
   int value = kUntouched;

@@ -19,6 +19,7 @@
 #include "SysFunc.h"
 #include "support/CallFaults.h"
 #include "support/FileStatus.h"
+#include "support/FullDisk.h"
 #include "support/LogCapture.h"
 #include "support/QueryStringReference.h"
 #include "support/RandomSource.h"
@@ -351,7 +352,7 @@ TEST(QueryStringParserTest, MemberIsNullWhenMemoryIsOut) {
   EXPECT_EQ(value, nullptr);
 }
 
-TEST(QueryStringParserTest, WithoutMemoryANumberIsInvalidAndAStringEmpty) {
+TEST(QueryStringParserTest, WithoutMemoryEveryValueIsInvalid) {
   const auto parser = parse("a=1");
   int number = kUntouched;
   {
@@ -364,7 +365,7 @@ TEST(QueryStringParserTest, WithoutMemoryANumberIsInvalidAndAStringEmpty) {
   }
   EXPECT_EQ(number, kUntouched);
   const CallFault fault(Call::Malloc, ENOMEM);
-  EXPECT_EQ(getString(*parser, "a"), ok(""));
+  EXPECT_EQ(getString(*parser, "a"), invalid());
 }
 
 TEST(QueryStringParserTest, StringEndsAtItsFirstNul) {
@@ -555,7 +556,17 @@ TEST(QueryStringParserTest, ShortWriteIsAnIoErrorAndLeavesNoDescriptor) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST(QueryStringParserTest, FullDiskIsAnIoError) {
+TEST(QueryStringParserTest, FullDiskIsAnIoErrorAndLeavesAnEmptyFile) {
+  const auto parser = parse("d=" + std::string(40000, 'A'));
+  {
+    const KelpTest::FullDisk disk(20000);
+    EXPECT_EQ(parser->getBinaryData("d", kOutput), CommonReturnCode_IoError);
+  }
+  EXPECT_EQ(access(kOutput, F_OK), 0);
+  EXPECT_EQ(readFile(kOutput), "");
+}
+
+TEST(QueryStringParserTest, ADeviceThatIsFullIsAnIoError) {
   EXPECT_EQ(parse("d=TWFu")->getBinaryData("d", std::string("/dev/full")), CommonReturnCode_IoError);
 }
 
