@@ -2,11 +2,14 @@
 // it something else, and gets its response. Both serve their FIFOs in one loop, so that each call has its turn.
 
 #include <errno.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <memory>
 #include <string>
 
 #include "EventLooperMultiWait.h"
@@ -16,6 +19,7 @@
 #include "IpcEventReceiver.h"
 #include "IpcEventSender.h"
 #include "TimerService.h"
+#include "ipc/Sigpipe.h"
 #include "starvation/LoopLines.h"
 #include "starvation/Starvation.h"
 #include "support/LoopActors.h"
@@ -155,27 +159,62 @@ std::string liveInLoop() {
   return story;
 }
 
-bool isSigpipeBlocked() {
-  const UncountedCalls own;
-  sigset_t mask;
-  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-  return sigismember(&mask, SIGPIPE) == 1;
-}
-
+// Where the mask could not be put back, it is a life's only.
 void unblockSigpipe() {
-  const UncountedCalls own;
-  sigset_t mask;
-  sigemptyset(&mask);
-  sigaddset(&mask, SIGPIPE);
-  pthread_sigmask(SIG_UNBLOCK, &mask, nullptr);
+  const sigset_t set = KelpTest::sigpipeOnly();
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
 std::string liveWithARequest() {
-  unblockSigpipe();
   TimerService::createInstance();
   std::string story = liveInLoop();
   TimerService::destroyInstance();
-  return story + (isSigpipeBlocked() ? ", SIGPIPE blocked" : "");
+  const UncountedCalls own;
+  return story + (KelpTest::isSigpipeBlocked() ? ", SIGPIPE blocked" : "");
+}
+
+// Somebody who reads the core's FIFO without the library.
+class Reader {
+ public:
+  Reader() : m_path(IpcAddressCore().getFifoFilePath()), m_fd(-1) {
+    const UncountedCalls own;
+    mkfifo(m_path.c_str(), 0600);
+    m_fd = open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  }
+
+  void leave() const {
+    const UncountedCalls own;
+    close(m_fd);
+    unlink(m_path.c_str());
+  }
+
+ private:
+  std::string m_path;
+  int m_fd;
+};
+
+void raiseBlockedSigpipe() {
+  const UncountedCalls own;
+  const sigset_t set = KelpTest::sigpipeOnly();
+  pthread_sigmask(SIG_BLOCK, &set, nullptr);
+  pthread_kill(pthread_self(), SIGPIPE);
+}
+
+bool takeSigpipe() {
+  const UncountedCalls own;
+  return !KelpTest::takePendingSigpipes().empty();
+}
+
+// A message to a reader that is gone, from a thread that has blocked SIGPIPE and has got one before.
+std::string sendToNobody() {
+  const Reader reader;
+  IpcEventSender sender{IpcAddressCore(), IpcAddressApi(kClientPid)};
+  reader.leave();
+  raiseBlockedSigpipe();
+  Text<Kelp::IpcDataOneWayRequest> hint(kQuestion);
+  const int result = sender.sendOneWayRequest(hint, hint.size());
+  const bool isPending = takeSigpipe();
+  return std::to_string(result) + (isPending ? ", pending as before" : ", not pending");
 }
 
 constexpr char kAll[] = "hint 0, question 0, told, asked 0, answered";
@@ -257,7 +296,7 @@ void expectOfLoop(KelpTest::Starvation& starvation) {
 
 // A FIFO that an aborted process has left is used.
 KelpTest::Starvation starvationOfARequest() {
-  return KelpTest::Starvation({nullptr, liveWithARequest, nullptr}, {kNoFifo});
+  return KelpTest::Starvation({unblockSigpipe, liveWithARequest, nullptr}, {kNoFifo});
 }
 
 }  // namespace
@@ -267,6 +306,22 @@ TEST(RequestStarvationTest, EveryCallThatFailsEndsAsStated) {
   expectOfDescriptors(starvation);
   expectOfMessages(starvation);
   expectOfLoop(starvation);
+  starvation.failEachCall();
+}
+
+TEST(RequestStarvationTest, EveryCallThatFailsWithoutAReaderEndsAsStated) {
+  KelpTest::Starvation starvation({nullptr, sendToNobody, nullptr});
+  const char* const all = "14, pending as before";
+  const LogLine noSender = bareLine("IpcSender.cpp", "IpcSender");
+  starvation.expect(Call::Open, {goesOn(all, {notOpenLine(errorOf(Call::Open)), noSender})});
+  starvation.expect(Call::Write, {goesOn(all)});
+  starvation.expect(Call::Close, {goesOn(all, {KelpTest::failedCloseLine()})});
+  starvation.expect(Call::Sigaction, {goesOn(all)});
+  starvation.expect(Call::Sigtimedwait, {goesOn(all)});
+  const Ending notPutBack = goesOn("14, not pending");
+  starvation.expect(Call::Sigmask, {goesOn(all), notPutBack});
+  starvation.expect(Call::Sigpending, {goesOn(all), notPutBack});
+  starvation.expect(Call::Syscall, {notPutBack});
   starvation.failEachCall();
 }
 

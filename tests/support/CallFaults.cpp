@@ -273,6 +273,7 @@ extern "C" ssize_t __wrap_readlink(const char* path, char* target, size_t size) 
   if (failsWithErrno(Call::Readlink)) {
     return -1;
   }
+  const KelpTest::UncountedCalls own;
   const std::lock_guard<std::mutex> lock(KelpTest::s_textMutex);
   if (KelpTest::s_linkTarget == nullptr) {
     return __real_readlink(path, target, size);
@@ -284,6 +285,7 @@ extern "C" int __real_system(const char* command);
 extern "C" int __wrap_system(const char* command);
 extern "C" int __wrap_system(const char* command) {
   {
+    const KelpTest::UncountedCalls own;
     const std::lock_guard<std::mutex> lock(KelpTest::s_textMutex);
     KelpTest::s_lastSystemCommand = command;
   }
