@@ -343,7 +343,7 @@ TEST(SysFuncTest, MkdirOnTwoThreadsLeavesTheUmaskAsItWas) {
 TEST(SysFuncTest, MkdirLiftsTheUmaskOfTheWholeProcess) {
   const UmaskGuard guard(077);
   ASSERT_EQ(mkfifo("/tmp/gate", 0600), 0);
-  std::thread maker([] { EXPECT_EQ(SysFunc::kelpMkdir("/tmp/a; : < /tmp/gate", 0755), CommonReturnCode_Ok); });
+  std::thread maker([] { EXPECT_EQ(SysFunc::kelpMkdir("/tmp/a; cat < /tmp/gate", 0755), CommonReturnCode_Ok); });
   const int gate = open("/tmp/gate", O_WRONLY | O_CLOEXEC);
   close(open("/tmp/f", O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
   close(gate);
