@@ -17,6 +17,7 @@
 
 #include "QueryStringParser.h"
 #include "SysFunc.h"
+#include "support/AllocationCount.h"
 #include "support/CallFaults.h"
 #include "support/FileStatus.h"
 #include "support/FullDisk.h"
@@ -199,6 +200,38 @@ TEST(QueryStringParserDeathTest, ParsingTwiceEndsTheProcess) {
   EXPECT_DEATH(parser->doParsing(),
                "QueryStringParser\\.cpp:[0-9]+: void Kelp::QueryStringParser::doParsing\\(\\): "
                "Assertion `PERSAR_INIT == m_state' failed");
+}
+
+std::string repeated(const std::string& piece, std::size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    text += piece;
+  }
+  return text;
+}
+
+// What parsing asks for all together, what it gives back in between included: in places of the table for each byte of
+// the request.
+double placesByByte(const std::string& body) {
+  writeFile(kRequest, body);
+  const std::size_t before = KelpTest::allocations().bytes;
+  const QueryStringParser parser(kRequest);
+  const std::size_t asked = KelpTest::allocations().bytes - before;
+  return static_cast<double>(asked) / sizeof(QueryStringParser::MemberTable_t) / static_cast<double>(body.size());
+}
+
+// The shortest members have two bytes. A table that is full is moved into one of twice the size at least.
+TEST(QueryStringParserTest, ARequestTakesAtMostTwoPlacesOfTheTableForEachByte) {
+  constexpr std::size_t kSize = 1 << 18;
+  EXPECT_GE(placesByByte(repeated("=&", kSize)), 0.5);
+  for (const char* const start : {"=&", "name=value&"}) {
+    for (const std::size_t startSize : {std::size_t{40}, std::size_t{1000}, kSize / 2}) {
+      for (const char* const rest : {"=&", "x", "=x"}) {
+        const std::string body = repeated(start, startSize) + repeated(rest, kSize - startSize);
+        EXPECT_LE(placesByByte(body), 2) << start << startSize << rest;
+      }
+    }
+  }
 }
 
 // --- The grammar
