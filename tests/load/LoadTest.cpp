@@ -253,11 +253,18 @@ class LoadTest : public testing::Test {
            kNoSessionOfTheClients, inMessage(request));
   }
 
-  // For longer than the clients' time-out: all of them get theirs, or a refusal when the core's FIFO is full.
-  void stopCoreForAMoment() const {
+  // For longer than the clients' time-out: all of them get theirs, or a refusal when the core's FIFO is full. One
+  // client is stopped as well: when it goes on, its time-out and its answer wait for it together.
+  void stopCoreForAMoment() {
+    const milliseconds timeout(LoadClient::kTimeoutMs);
     m_core->stop();
-    std::this_thread::sleep_for(milliseconds(LoadClient::kTimeoutMs) * 5 / 4);
+    std::this_thread::sleep_for(timeout / 2);
+    const pid_t client = pickClient();
+    kill(client, SIGSTOP);
+    std::this_thread::sleep_for(timeout);
     m_core->sendSignal(SIGCONT);
+    std::this_thread::sleep_for(kSettling);
+    kill(client, SIGCONT);
     std::this_thread::sleep_for(kSettling);
   }
 
