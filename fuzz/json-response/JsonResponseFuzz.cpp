@@ -135,6 +135,39 @@ void checkWritten(const std::string& text, const Node& expected) {
   checkSame(root.get(), expected);
 }
 
+// --- Escaping, which stands by itself
+
+std::string escaped(const std::string& text) {
+  std::string result;
+  for (const char character : text) {
+    switch (character) {
+      case '"':
+      case '\\':
+      case '/':
+        result += std::string("\\") + character;
+        break;
+      case '\b':
+        result += "\\b";
+        break;
+      case '\f':
+        result += "\\f";
+        break;
+      case '\n':
+        result += "\\n";
+        break;
+      case '\r':
+        result += "\\r";
+        break;
+      case '\t':
+        result += "\\t";
+        break;
+      default:
+        result += character;
+    }
+  }
+  return result;
+}
+
 // --- Writing
 
 std::string formatted(const char* format, unsigned int value) {
@@ -254,6 +287,7 @@ class Response {
 
   void putText(const std::string& name, const std::string& value) {
     FUZZ_CHECK_EQ(m_serializer->putStringData(name, value), CommonReturnCode_Ok);
+    FUZZ_CHECK_EQ(JsonSerializer::escapeString(value), escaped(value));
     m_model.add(name, Kind::Text, value);
   }
 

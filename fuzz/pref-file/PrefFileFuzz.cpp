@@ -1,7 +1,10 @@
-// The input is a preference file: loaded as the device's and as a package's default file, written, and loaded again.
+// The input is a preference file: loaded as the device's and as a package's default file, written, and loaded again. A
+// byte of 2 in front, and the byte n behind that, stand for blanks behind the file that make it nearly as long as a
+// file may be, or somewhat longer: 65,472 + n / 2 bytes, or 131,008 + n / 2 where n is odd.
 #include <stddef.h>
 #include <stdint.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -19,6 +22,8 @@ using Kelp::AppPrefList;
 using KelpFuzz::PrefContents;
 
 constexpr size_t kLargestFile = 131072;
+constexpr size_t kLargestDefaultFile = 65536;
+constexpr uint8_t kLong = 2;
 
 // writeFile() writes the canonical text, with no temporary file left; or nothing, when that is too long for a file. A
 // list without error is one that its own file gives back.
@@ -79,13 +84,23 @@ void checkDefaultFile(const std::string& path, const PrefContents& contents) {
   }
 }
 
+std::string fileOf(const uint8_t* data, size_t size) {
+  std::string text(data, data + size);
+  if (size > 1 && data[0] == kLong) {
+    const size_t limit = data[1] % 2 == 0 ? kLargestDefaultFile : kLargestFile;
+    text.erase(0, 2);
+    text.resize(std::max(text.size(), limit - 64 + data[1] / 2U), ' ');
+  }
+  return text;
+}
+
 }  // namespace
 
 const size_t KelpFuzz::kJsonOffset = 0;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static KelpFuzz::MemoryFile s_file("prefs");
-  const std::string text(data, data + size);
+  const std::string text = fileOf(data, size);
   s_file.write(text);
   const KelpFuzz::Residue residue;
   const PrefContents contents = KelpFuzz::loadPrefs(text, false, 0);

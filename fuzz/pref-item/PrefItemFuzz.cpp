@@ -126,9 +126,9 @@ void checkItem(Input& input) {
 
 // Mostly one of the list's.
 std::string takeName(Input& input) {
-  static const char* const kNames[] = {"boolean", "integer", "string", "enumeration", "binary"};
+  static const char* const kNames[] = {"boolean", "integer", "string", "enumeration", "binary", "odd"};
   const uint8_t number = input.byte();
-  return number % 8 < 5 ? kNames[number % 8] : input.text();
+  return number % 8 < 6 ? kNames[number % 8] : input.text();
 }
 
 PrefItem* itemNamed(PrefContents& contents, const std::string& name) {
@@ -199,8 +199,17 @@ void setNumber(AppPrefList& list, PrefItem* item, const std::string& name, long 
   }
 }
 
+void setDefaults(AppPrefList& list, PrefContents& contents) {
+  std::vector<std::string> changed;
+  list.setDefaultValue(&changed);
+  FUZZ_CHECK(changed == KelpFuzz::setPrefsDefault(contents));
+}
+
 void change(AppPrefList& list, PrefContents& contents, Input& input) {
   const uint8_t operation = input.byte();
+  if (operation % 8 == 7) {
+    return setDefaults(list, contents);
+  }
   const std::string name = takeName(input);
   PrefItem* const item = itemNamed(contents, name);
   switch (operation % 8) {
@@ -223,6 +232,18 @@ void change(AppPrefList& list, PrefContents& contents, Input& input) {
     default:
       return setByWeb(list, contents, name, input);
   }
+}
+
+// An item of each type, and an enumeration whose default is none of its elements.
+std::string listFile(const std::string& more) {
+  using KelpTest::itemJson;
+  return KelpTest::fileJson({itemJson("boolean", "Boolean", "FALSE", "TRUE", more),
+                             itemJson("integer", "Integer", "1", "42", more),
+                             itemJson("string", "String", "none", "front door", more),
+                             itemJson("enumeration", "Enumeration", "auto", "off",
+                                      R"(, "enumerationList": ["auto", "manual", "off"])" + more),
+                             itemJson("binary", "Binary", "", "TWFu", more),
+                             itemJson("odd", "Enumeration", "none", "a", R"(, "enumerationList": ["a", "b"])" + more)});
 }
 
 // Loaded once and copied each time.
@@ -252,8 +273,8 @@ void checkList(const LoadedList& loaded, Input& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const LoadedList s_list(KelpTest::allTypesJson());
-  static const LoadedList s_readOnlyList(KelpTest::allTypesJson(R"(, "appApiAccess": "Read", "webApiAccess": "Read")"));
+  static const LoadedList s_list(listFile(""));
+  static const LoadedList s_readOnlyList(listFile(R"(, "appApiAccess": "Read", "webApiAccess": "Read")"));
   const KelpFuzz::Residue residue;
   Input input(data, size);
   const uint8_t control = input.byte();
