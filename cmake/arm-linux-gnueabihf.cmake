@@ -6,6 +6,9 @@ set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 
-# Stands in front of every program of the build that is started. May be empty where the machine runs them itself: on the
-# device, or where the kernel has a handler for them.
+# Stands in front of every program of the build that is started, whether the kernel has a handler for them or not. The
+# device needs none: -DCMAKE_CROSSCOMPILING_EMULATOR=
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm CACHE STRING "What runs the programs of this build")
+
+# GCC 7.1 passes some arguments otherwise than GCC 6 did, and tells wherever that is so: nothing here is that old.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
