@@ -42,6 +42,7 @@ LoadClient::LoadClient(unsigned seed, std::chrono::microseconds pause, const Mac
       m_isToEnd(isToEnd),
       m_board(board),
       m_random(seed),
+      m_isNew(true),
       m_phaseOfRequest(Phase::Unmeasured),
       m_preferences(static_cast<size_t>(machine.applications) + 1) {}
 
@@ -58,10 +59,11 @@ int LoadClient::run() {
 }
 
 // Most of them small; every fourth of any size up to the largest message, and now and then one that has to travel in a
-// file, as the list of many applications has to.
+// file, as the list of many applications has to. The largest come first: then the heap has its size.
 Record LoadClient::nextRequest() {
   m_phaseOfRequest = m_phase;
-  const int choice = pick(100);
+  const int choice = m_isNew ? 99 : pick(100);
+  m_isNew = false;
   if (choice < 55) {
     Record request = requestNamed("getPreferences");
     request.putHexadecimal(KelpExample::kInstallId, 1 + pick(m_machine.applications - 1));

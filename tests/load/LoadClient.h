@@ -55,6 +55,7 @@ class LoadClient {
   const std::atomic<bool>& m_isToEnd;
   ClientBoard& m_board;
   std::mt19937 m_random;
+  bool m_isNew;
   Phase m_phaseOfRequest;
   std::vector<size_t> m_preferences;  // hashes of the first answer for each application, which is what all others are
 };
