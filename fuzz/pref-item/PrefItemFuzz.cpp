@@ -40,6 +40,8 @@ constexpr int kNotEnoughMemory = 16;
 constexpr int kSameValue = 22;
 constexpr size_t kLongestByApplication = 1023;
 
+constexpr int kMostChanges = 24;  // more would be slow and nothing new
+
 const char* const kTypes[] = {"Boolean", "Integer", "String", "Enumeration", "Binary"};
 
 // Mostly a type that there is.
@@ -116,10 +118,11 @@ void checkItem(Input& input) {
     return;
   }
   KelpFuzz::checkPref(*pref, *item);
-  while (!input.isEmpty()) {
+  for (int changes = 0; !input.isEmpty() && changes < kMostChanges; ++changes) {
     change(*pref, *item, input);
-    KelpFuzz::checkPref(*pref, *item);
+    KelpFuzz::checkValue(*pref, *item);
   }
+  KelpFuzz::checkPref(*pref, *item);
 }
 
 // --- The items of a list
@@ -264,7 +267,7 @@ struct LoadedList {
 void checkList(const LoadedList& loaded, Input& input) {
   PrefContents contents = loaded.contents;
   AppPrefList list(loaded.list);
-  while (!input.isEmpty()) {
+  for (int changes = 0; !input.isEmpty() && changes < kMostChanges; ++changes) {
     change(list, contents, input);
   }
   KelpFuzz::checkPrefs(list, contents);

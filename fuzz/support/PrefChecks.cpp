@@ -44,12 +44,16 @@ void checkFields(const AppPref& pref, const PrefItem& expected) {
   FUZZ_CHECK_EQ(pref.getDefaultValue(), expected.defaultValue);
   FUZZ_CHECK_EQ(static_cast<int>(pref.getAppApiAccess()), expected.appAccess);
   FUZZ_CHECK_EQ(static_cast<int>(pref.getWebApiAccess()), expected.webAccess);
+  checkValue(pref, expected);
+}
+
+}  // namespace
+
+void checkValue(const AppPref& pref, const PrefItem& expected) {
   FUZZ_CHECK_EQ(pref.getValueByString(), expected.shownValue());
   FUZZ_CHECK_EQ(pref.hasError(), expected.hasError);
   checkTypedValue(pref, expected);
 }
-
-}  // namespace
 
 void checkPref(AppPref& pref, const PrefItem& expected) {
   checkFields(pref, expected);

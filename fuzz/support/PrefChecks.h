@@ -10,6 +10,9 @@
 
 namespace KelpFuzz {
 
+// What setting a value changes.
+void checkValue(const Kelp::AppPref& pref, const PrefItem& expected);
+
 // All that can be asked of the item, and of its clone.
 void checkPref(Kelp::AppPref& pref, const PrefItem& expected);
 
