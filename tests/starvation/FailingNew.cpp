@@ -95,6 +95,15 @@ void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
   return memory;
 }
 
+// The sanitizers' own do not come here by themselves.
+void* operator new[](size_t size) {
+  return operator new(size);
+}
+
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
+  return operator new(size, tag);
+}
+
 void operator delete(void* memory) noexcept {
   release(memory);
 }
@@ -104,5 +113,17 @@ void operator delete(void* memory, size_t /*size*/) noexcept {
 }
 
 void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
+  release(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+  release(memory);
+}
+
+void operator delete[](void* memory, size_t /*size*/) noexcept {
+  release(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
   release(memory);
 }
