@@ -9,6 +9,10 @@
 namespace Kelp {
 
 // The numbers travel between processes and in fault replies: they never change. 6 and 12 are not in use.
+//
+// Memory that is out is a result (16, or what an operation says) where it is that of a payload, a value or a file's
+// text. Everywhere else it is a failed `new`, which ends the process: nothing here throws or catches an exception, and
+// nobody may catch std::bad_alloc around a call and go on. Files are whole then.
 enum CommonReturnCode_t : int {
   CommonReturnCode_Ok = 0,
   CommonReturnCode_InvalidParameter = 1,
