@@ -205,6 +205,11 @@ bool Starvation::isAs(const Ending& ending, const Life& life) const {
          (ending.lostBlocks > 0 || !life.hasLeaks);
 }
 
+bool Starvation::hasAborted(const Life& life) const {
+  return (isEndedBy(SIGABRT, life) && life.output.find("std::bad_alloc") != std::string::npos) ||
+         (m_mayStacksOverrun && isEndedBy(SIGSEGV, life));
+}
+
 void Starvation::checkAfterAbort(const std::string& name) {
   if (m_scenario.checkFiles) {
     EXPECT_EQ(m_scenario.checkFiles(true), "") << "after " << name;
@@ -218,13 +223,17 @@ void Starvation::checkAfterAbort(const std::string& name) {
   }
 }
 
+void Starvation::letStacksOverrun() {
+  m_mayStacksOverrun = true;
+}
+
 void Starvation::failEachNew() {
   m_good = liveWithoutFault();
   std::vector<bool> happened(m_nothrowEndings.size(), false);
   for (int number = 1; number <= m_good.newCount; ++number) {
     const Fault fault = {Fault::Kind::New, Call::Malloc, number};
     const Life life = live(m_scenario, fault);
-    if (isEndedBy(SIGABRT, life) && life.output.find("std::bad_alloc") != std::string::npos) {
+    if (hasAborted(life)) {
       checkAfterAbort(nameOf(fault));
     } else if (life.hasNothrowFailed) {
       judge(fault, life, m_nothrowEndings, happened);

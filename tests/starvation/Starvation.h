@@ -49,6 +49,9 @@ class Starvation {
   // The same of the allocations of objects that may fail. All others end the process.
   void expectOfNothrowNew(const std::vector<Ending>& endings);
 
+  // Allocations fail on workers' threads too: to look for a handler there takes more stack than they may have left.
+  void letStacksOverrun();
+
   // The test fails where a call or an allocation ends otherwise.
   void failEachCall();
   void failEachNew();
@@ -58,12 +61,14 @@ class Starvation {
   void failEach(Call call, int count);
   void judge(const Fault& fault, const Life& life, const std::vector<Ending>& endings, std::vector<bool>& happened);
   bool isAs(const Ending& ending, const Life& life) const;
+  bool hasAborted(const Life& life) const;
   void checkAfterAbort(const std::string& name);
 
   Scenario m_scenario;
   std::vector<LogLine> m_errorsAfterAbort;
   std::map<Call, std::vector<Ending>> m_endings;
   std::vector<Ending> m_nothrowEndings;
+  bool m_mayStacksOverrun = false;
   Life m_good;
 };
 

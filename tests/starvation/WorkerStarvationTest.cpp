@@ -153,6 +153,8 @@ TEST(WorkerStarvationTest, EveryCallThatFailsEndsAsStated) {
   starvation.failEachCall();
 }
 
-TEST(WorkerStarvationTest, EveryNewThatFailsAbortsTheProcess) {
-  KelpTest::Starvation(workerScenario()).failEachNew();
+TEST(WorkerStarvationTest, EveryNewThatFailsEndsTheProcess) {
+  KelpTest::Starvation starvation(workerScenario());
+  starvation.letStacksOverrun();
+  starvation.failEachNew();
 }
