@@ -72,14 +72,15 @@ void Caller::callNext() {
     m_sender = std::make_unique<Kelp::IpcEventSender>(Kelp::IpcAddressCore(), *m_receiver);
   }
   m_sentAt = steady_clock::now();
+  const Kelp::CommonReturnCode_t result = m_sender->sendRequest(payload.data<Kelp::IpcDataRequest>(), payload.size(),
+                                                                *this, m_session, m_conduct.timeoutMs);
   ++m_account.sent;
-  const bool isSent = m_sender->sendRequest(payload.data<Kelp::IpcDataRequest>(), payload.size(), *this, m_session,
-                                            m_conduct.timeoutMs) == Kelp::CommonReturnCode_Ok;
+  const bool isSent = result == Kelp::CommonReturnCode_Ok;
   if (!isSent || !m_conduct.isSenderKept) {
     m_sender.reset();
   }
   if (!isSent) {
-    ++m_account.refused;
+    ++(result == Kelp::CommonReturnCode_FileAccessError ? m_account.refused : m_account.wrong);
     callAfter(kPauseAfterRefusal);
     return;
   }

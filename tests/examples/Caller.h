@@ -24,12 +24,17 @@ namespace KelpTest {
 
 // What has become of a client's requests. Other processes may read it.
 struct CallAccount {
-  std::atomic<uint64_t> sent{0};      // requests that have left, or were to leave and have been refused
+  std::atomic<uint64_t> sent{0};      // requests that have left or have been refused
   std::atomic<uint64_t> answered{0};  // by the right answer
   std::atomic<uint64_t> timedOut{0};
   std::atomic<uint64_t> refused{0};  // result 14
-  std::atomic<uint64_t> wrong{0};    // answers that were not right, and whatever a request got besides its one end
+  std::atomic<uint64_t> wrong{0};    // answers and results that were not right, and what came after a request's end
 };
+
+// How many requests have come to a right end. All that were sent: the client waits for nothing, and nothing was wrong.
+inline uint64_t endsOf(const CallAccount& account) {
+  return account.answered + account.timedOut + account.refused;
+}
 
 // Threads: one; the process has no other Caller and no timer service.
 class Caller : public Kelp::IpcEventSender::ResponseHandler, public Kelp::TimerService::CyclicTimerObserver {
