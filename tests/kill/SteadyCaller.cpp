@@ -1,5 +1,9 @@
 #include "kill/SteadyCaller.h"
 
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
 #include <random>
 #include <string>
 
@@ -56,6 +60,21 @@ pid_t SteadyCaller::pid() const {
 
 bool SteadyCaller::hasGoneOnSince(uint64_t answered) const {
   return m_board->account.answered >= answered + kEnough;
+}
+
+bool SteadyCaller::isWaiting() const {
+  return account().sent > endsOf(account()) + account().wrong;
+}
+
+void SteadyCaller::stop() {
+  int status = 0;
+  EXPECT_EQ(0, ::kill(pid(), SIGSTOP));
+  EXPECT_EQ(pid(), waitpid(pid(), &status, WUNTRACED));
+  EXPECT_TRUE(WIFSTOPPED(status));
+}
+
+void SteadyCaller::goOn() {
+  EXPECT_EQ(0, ::kill(pid(), SIGCONT));
 }
 
 int SteadyCaller::kill() {

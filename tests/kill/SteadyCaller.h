@@ -21,6 +21,12 @@ class SteadyCaller {
   // Right answers have come since there were so many.
   bool hasGoneOnSince(uint64_t answered) const;
 
+  // Whether a request has left that has no end yet.
+  bool isWaiting() const;
+
+  void stop();  // returns when it has stopped
+  void goOn();
+
   // Kills it: the status of its end.
   int kill();
 
