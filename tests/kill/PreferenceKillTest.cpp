@@ -6,6 +6,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <iostream>
 #include <memory>
 #include <string>
 
@@ -126,6 +127,8 @@ class PreferenceKillTest : public testing::Test {
     }
     EXPECT_TRUE(becomesTrue([&] { return descriptorCount(reader.pid()) <= readersDescriptors; }));
     expectNextProcessLeavesNothing();
+    std::cout << m_kills[0] << " of " << rounds << " kills came in the middle of a change\n";
+    EXPECT_GT(m_kills[0], m_kills[1]);
   }
 
   // To sync takes much longer than all else: in most of the rounds it is left out, so that they end elsewhere. To a
@@ -167,12 +170,10 @@ class PreferenceKillTest : public testing::Test {
 
 TEST_F(PreferenceKillTest, AKilledWriterLeavesTheWholeOldOrTheWholeNewFile) {
   killInRounds([this] { return writeForever(); }, [](int number) { return number; });
-  EXPECT_GT(m_kills[0], m_kills[1]);
 }
 
 TEST_F(PreferenceKillTest, AKilledRestoreLeavesTheWholeOldOrTheWholeNewFile) {
   killInRounds([this] { return restoreForever(); }, [](int number) { return number % 2; });
-  EXPECT_GT(m_kills[0], 0);
 }
 
 }  // namespace
