@@ -24,6 +24,10 @@ struct Scenario {
 
   // How many blocks on the heap each life loses, as it is meant to.
   int lostBlocks = 0;
+
+  // Whether the library works on several threads in it. Those do not always take turns alike: a life may have fewer
+  // calls than the one before.
+  bool hasThreads = false;
 };
 
 // Which call is to fail, or which allocation of an object: the `number`-th.

@@ -93,7 +93,7 @@ std::string liveWithALoop() {
 
 // The object that wakes the loop for its end is never read.
 KelpTest::Scenario loopScenario() {
-  return {nullptr, liveWithALoop, nullptr, 1};
+  return {nullptr, liveWithALoop, nullptr, 1, true};
 }
 
 }  // namespace

@@ -60,6 +60,7 @@ class Starvation {
   Life liveWithoutFault();
   void failEach(Call call, int count);
   void judge(const Fault& fault, const Life& life, const std::vector<Ending>& endings, std::vector<bool>& happened);
+  bool isWithoutFault(const Life& life) const;
   bool isAs(const Ending& ending, const Life& life) const;
   bool hasAborted(const Life& life) const;
   void checkAfterAbort(const std::string& name);
@@ -70,6 +71,7 @@ class Starvation {
   std::vector<Ending> m_nothrowEndings;
   bool m_mayStacksOverrun = false;
   Life m_good;
+  int m_notReached = 0;  // faults that did not happen, because there were fewer calls
 };
 
 }  // namespace KelpTest

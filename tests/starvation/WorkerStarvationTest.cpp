@@ -127,7 +127,7 @@ std::string liveWithWorkers() {
 }
 
 KelpTest::Scenario workerScenario() {
-  return {nullptr, liveWithWorkers, nullptr};
+  return {nullptr, liveWithWorkers, nullptr, 0, true};
 }
 
 }  // namespace
