@@ -1,9 +1,12 @@
 #include "EventLooper.h"
 
+#include <new>
+
 #include "Disposable.h"
 #include "EventLooperMultiWait.h"
 #include "Mutex.h"
 #include "foundation/Diagnostics.h"
+#include "foundation/RequireMemory.h"
 
 namespace Kelp {
 
@@ -11,12 +14,13 @@ namespace {
 
 struct RunningLoopers {
   Mutex m_mutex;  // guards the list, and that its members stay registered while it is searched
-  std::list<EventLooper*> m_loopers;
+  std::list<EventLooper*, RequiringAllocator<EventLooper*>> m_loopers;
 };
 
 // Built on first use and never destroyed: static objects of the host may run loops too.
 RunningLoopers& runningLoopers() {
-  static auto* const s_runningLoopers = new RunningLoopers;
+  static auto* const s_runningLoopers = new (std::nothrow) RunningLoopers;
+  requireMemory(s_runningLoopers);
   return *s_runningLoopers;
 }
 

@@ -1,8 +1,10 @@
 #include "foundation/ObjectRegistry.h"
 
 #include <algorithm>
+#include <new>
 
 #include "foundation/MutexCalls.h"
+#include "foundation/RequireMemory.h"
 
 namespace Kelp {
 
@@ -89,8 +91,10 @@ bool ObjectRegistry::contains(const KelpObject* object) noexcept {
 void ObjectRegistry::grow() {
   Node* const formerNodes = m_nodes;
   uint32_t* const formerBuckets = m_buckets;
-  auto* const nodes = new Node[size_t{2} * m_capacity];
-  auto* const buckets = new uint32_t[size_t{2} * m_capacity]();
+  auto* const nodes = new (std::nothrow) Node[size_t{2} * m_capacity];
+  requireMemory(nodes);
+  auto* const buckets = new (std::nothrow) uint32_t[size_t{2} * m_capacity]();
+  requireMemory(buckets);
   std::copy_n(formerNodes, m_capacity, nodes);
   m_nodes = nodes;
   m_buckets = buckets;

@@ -19,8 +19,8 @@
 //   - may not let an exception out, nor end its thread, nor wait for a signal: all of them are blocked;
 //   - may not put requests, start timers or use what else belongs to a multi-wait loop: the loop that it runs in is of
 //     another kind. It reaches a loop through that loop's exec channel.
-// A job that overruns its stack ends the process with a segmentation fault. So may a failed `new` on a worker's thread:
-// to look for a handler of it takes more stack than there may be.
+// A job that overruns its stack ends the process with a segmentation fault. So may a failed `new` of the job's own: to
+// look for a handler of it takes more stack than there may be. One of Kelp's own there ends it with an assertion.
 //
 // Threads: created and destroyed by the host, not on a worker; putRequest() on any thread that runs a multi-wait loop.
 // No lock is held while a job or an observer runs.

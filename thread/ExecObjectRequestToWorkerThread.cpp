@@ -1,7 +1,10 @@
 #include "ExecObjectRequestToWorkerThread.h"
 
+#include <new>
+
 #include "ExecObjectEventSender.h"
 #include "ExecObjectReturnFromWorkerThread.h"
+#include "foundation/RequireMemory.h"
 
 namespace Kelp {
 
@@ -17,7 +20,9 @@ ExecObjectRequestToWorkerThread::~ExecObjectRequestToWorkerThread() = default;
 
 void ExecObjectRequestToWorkerThread::doExecute() {
   m_request.executeInWorkerThread();
-  m_returnSender.send(*new ExecObjectReturnFromWorkerThread(m_execId, m_request, m_observer));
+  auto* const answer = new (std::nothrow) ExecObjectReturnFromWorkerThread(m_execId, m_request, m_observer);
+  requireMemory(answer);
+  m_returnSender.send(*answer);
 }
 
 }  // namespace Kelp

@@ -216,8 +216,8 @@ bool Starvation::isAs(const Ending& ending, const Life& life) const {
 }
 
 bool Starvation::hasAborted(const Life& life) const {
-  return (isEndedBy(SIGABRT, life) && life.output.find("std::bad_alloc") != std::string::npos) ||
-         (m_mayStacksOverrun && isEndedBy(SIGSEGV, life));
+  return isEndedBy(SIGABRT, life) && (life.output.find("std::bad_alloc") != std::string::npos ||
+                                      hasAsserted(asserts("RequireMemory.h", 0, "memory != __null"), life.output));
 }
 
 void Starvation::checkAfterAbort(const std::string& name) {
@@ -231,10 +231,6 @@ void Starvation::checkAfterAbort(const std::string& name) {
     EXPECT_TRUE(std::find(m_errorsAfterAbort.begin(), m_errorsAfterAbort.end(), line) != m_errorsAfterAbort.end())
         << "after " << name << ": " << line;
   }
-}
-
-void Starvation::letStacksOverrun() {
-  m_mayStacksOverrun = true;
 }
 
 void Starvation::failEachNew() {

@@ -49,9 +49,6 @@ class Starvation {
   // The same of the allocations of objects that may fail. All others end the process.
   void expectOfNothrowNew(const std::vector<Ending>& endings);
 
-  // Allocations fail on workers' threads too: to look for a handler there takes more stack than they may have left.
-  void letStacksOverrun();
-
   // The test fails where a call or an allocation ends otherwise.
   void failEachCall();
   void failEachNew();
@@ -69,7 +66,6 @@ class Starvation {
   std::vector<LogLine> m_errorsAfterAbort;
   std::map<Call, std::vector<Ending>> m_endings;
   std::vector<Ending> m_nothrowEndings;
-  bool m_mayStacksOverrun = false;
   Life m_good;
   int m_notReached = 0;  // faults that did not happen, because there were fewer calls
 };
