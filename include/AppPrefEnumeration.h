@@ -43,8 +43,8 @@ class KELP_EXPORT AppPrefEnumeration : public AppPref {
   int getValueIndex(const std::string& text) const;
 
  private:
-  bool isIndex(int index) const;
-  void findLastValue(const std::string& value);
+  KELP_LOCAL bool isIndex(int index) const;
+  KELP_LOCAL void findLastValue(const std::string& value);
 
   std::vector<std::string> m_enumerationList;  // in the file's order
   int m_valueIndex;                            // -1: none

@@ -126,17 +126,17 @@ class KELP_EXPORT AppPrefList {
 
  private:
   // Each step of loading logs what is wrong and then returns false.
-  bool load(bool isDefaultFile, int expectedFuncId);
-  bool loadFuncId(json_object* root, bool isDefaultFile, int expectedFuncId);
-  bool loadVersion(json_object* root);
-  bool loadItems(json_object* root, bool isDefaultFile);
+  KELP_LOCAL bool load(bool isDefaultFile, int expectedFuncId);
+  KELP_LOCAL bool loadFuncId(json_object* root, bool isDefaultFile, int expectedFuncId);
+  KELP_LOCAL bool loadVersion(json_object* root);
+  KELP_LOCAL bool loadItems(json_object* root, bool isDefaultFile);
 
   // How the values of a saved file of the same and of another minor version come into the list, and one of them.
-  CommonReturnCode_t carryOverAll(const SavedPrefFile& saved, std::vector<std::string>* changed);
-  CommonReturnCode_t carryOverSame(const SavedPrefFile& saved, std::vector<std::string>* changed);
-  CommonReturnCode_t carryOver(const AppPref& saved, std::vector<std::string>* changed);
+  KELP_LOCAL CommonReturnCode_t carryOverAll(const SavedPrefFile& saved, std::vector<std::string>* changed);
+  KELP_LOCAL CommonReturnCode_t carryOverSame(const SavedPrefFile& saved, std::vector<std::string>* changed);
+  KELP_LOCAL CommonReturnCode_t carryOver(const AppPref& saved, std::vector<std::string>* changed);
 
-  const AppPref* findSame(const AppPref* other) const;
+  KELP_LOCAL const AppPref* findSame(const AppPref* other) const;
 
   template <typename Pref>
   Pref* findPref(const std::string& name, AppPrefType prefType) const;

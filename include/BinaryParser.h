@@ -80,12 +80,12 @@ class KELP_EXPORT BinaryParser : public RpcParser {
   struct Field;
   struct Method;
 
-  static const Method* findMethod(uint32_t code);
-  bool parseRecord();
-  bool addField(const Field& field);
-  bool addString(const Field& field);
-  bool addMember(const char* name, const char* text, size_t size);
-  bool readWord(size_t offset, uint32_t& word) const;
+  KELP_LOCAL static const Method* findMethod(uint32_t code);
+  KELP_LOCAL bool parseRecord();
+  KELP_LOCAL bool addField(const Field& field);
+  KELP_LOCAL bool addString(const Field& field);
+  KELP_LOCAL bool addMember(const char* name, const char* text, size_t size);
+  KELP_LOCAL bool readWord(size_t offset, uint32_t& word) const;
 
   ParserState_t m_state;
   char* m_pRecord;  // the mapping; null when there is none

@@ -73,7 +73,7 @@ class KELP_EXPORT BinarySerializer : public RpcSerializer {
   CommonReturnCode_t putParamForGetAppList(int number, const std::vector<ApplicationInfoList_t>& applications);
 
  private:
-  CommonReturnCode_t writeWord(int value);
+  KELP_LOCAL CommonReturnCode_t writeWord(int value);
 
   int m_error;  // 1 once something failed, else 0
   FileOperator m_file;

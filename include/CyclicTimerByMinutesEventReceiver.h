@@ -20,7 +20,7 @@ class KELP_EXPORT CyclicTimerByMinutesEventReceiver : public TimerEventReceiver 
   void receiveAndExecuteEvent() override;
 
  private:
-  void resetTimerfd();
+  KELP_LOCAL void resetTimerfd();
 
   TimerService::CyclicTimerByMinutesObserver& m_observer;
 };

@@ -69,9 +69,9 @@ class KELP_EXPORT EventLooper : public KelpObject {
   explicit EventLooper(EventLooperType type);
 
  private:
-  void registerAsRunning();
-  void unregister();
-  void emptyGarbageBox();
+  KELP_LOCAL void registerAsRunning();
+  KELP_LOCAL void unregister();
+  KELP_LOCAL void emptyGarbageBox();
 
   const EventLooperType m_type;
   std::atomic<bool> m_needsExit;        // set by any thread, never cleared

@@ -73,9 +73,9 @@ class KELP_EXPORT FilePathManager {
   static std::string getAppLogName(int appNo, const char* name);
 
  private:
-  static std::atomic<uint32_t> s_coreCount;
-  static std::atomic<uint32_t> s_appCount;
-  static std::atomic<uint32_t> s_prefCount;
+  KELP_LOCAL static std::atomic<uint32_t> s_coreCount;
+  KELP_LOCAL static std::atomic<uint32_t> s_appCount;
+  KELP_LOCAL static std::atomic<uint32_t> s_prefCount;
 };
 
 }  // namespace Kelp

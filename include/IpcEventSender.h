@@ -80,7 +80,7 @@ class KELP_EXPORT IpcEventSender : public KelpObject {
   CommonReturnCode_t sendOneWayRequest(IpcDataOneWayRequest& data, int dataSize);
 
  private:
-  CommonReturnCode_t sendMessage(IpcMessageKind kind, SessionId_t sessionId, IpcData& data, int dataSize);
+  KELP_LOCAL CommonReturnCode_t sendMessage(IpcMessageKind kind, SessionId_t sessionId, IpcData& data, int dataSize);
 
   IpcAddress* m_pDstIpcAddress;           // owned
   IpcAddress* m_pSrcIpcAddress;           // owned

@@ -35,7 +35,7 @@ class KELP_EXPORT IpcSender : public KelpObject {
   CommonReturnCode_t send(IpcHeader& header, IpcData& data);
 
  private:
-  int write(const void* message, int size) const;
+  KELP_LOCAL int write(const void* message, int size) const;
 
   FileOperator m_fifo;
   bool m_isSigpipeIgnored;  // as it was at construction

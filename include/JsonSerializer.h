@@ -65,12 +65,12 @@ class KELP_EXPORT JsonSerializer : public RpcSerializer {
   static std::string escapeString(const std::string& text);
 
  private:
-  void add(const std::string& name, json_object* value);
-  void addText(const std::string& name, const char* text);
-  void open(const std::string& name, json_object* container, int32_t kind);
-  bool isInnermost(int32_t kind) const;
-  void close();
-  bool addBase64(const std::string& name, const void* data, unsigned int size);
+  KELP_LOCAL void add(const std::string& name, json_object* value);
+  KELP_LOCAL void addText(const std::string& name, const char* text);
+  KELP_LOCAL void open(const std::string& name, json_object* container, int32_t kind);
+  KELP_LOCAL bool isInnermost(int32_t kind) const;
+  KELP_LOCAL void close();
+  KELP_LOCAL bool addBase64(const std::string& name, const void* data, unsigned int size);
 
   FILE* m_fpo;                            // null once the response is written
   std::vector<int32_t> m_containerKinds;  // one per open container, the root first

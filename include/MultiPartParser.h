@@ -83,11 +83,11 @@ class KELP_EXPORT MultiPartParser : public RpcParser {
   void doParsing();
 
  private:
-  bool parseRequest();
-  bool parseParts(char* cursor, const std::string& boundary);
-  bool parsePart(char*& cursor, const std::string& boundary, char*& out);
-  char* parseHeaders(char* cursor, std::string& name) const;
-  char* skipHeaders(char* line) const;
+  KELP_LOCAL bool parseRequest();
+  KELP_LOCAL bool parseParts(char* cursor, const std::string& boundary);
+  KELP_LOCAL bool parsePart(char*& cursor, const std::string& boundary, char*& out);
+  KELP_LOCAL char* parseHeaders(char* cursor, std::string& name) const;
+  KELP_LOCAL char* skipHeaders(char* line) const;
   char* end() const { return m_pBuffer + m_size; }
 
   ParserState_t m_state;

@@ -72,10 +72,10 @@ class KELP_EXPORT QueryStringParser : public RpcParser {
   void doParsing();
 
  private:
-  void parseMembers();
-  void growTable(long parsedSize);
+  KELP_LOCAL void parseMembers();
+  KELP_LOCAL void growTable(long parsedSize);
 
-  static const char* const s_queryStringCode;  // the characters that stand for themselves
+  KELP_LOCAL static const char* const s_queryStringCode;  // the characters that stand for themselves
 
   ParserState_t m_state;
   char* m_pBuffer;  // the mapping; null when there is none

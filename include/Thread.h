@@ -35,7 +35,7 @@ class KELP_EXPORT Thread : public KelpObject {
   pthread_t getThreadId() const;
 
  private:
-  static void* startRoutine(void* thread);
+  KELP_LOCAL static void* startRoutine(void* thread);
 
   const int m_stackSize;
   const bool m_blocksAllSignals;

@@ -87,7 +87,7 @@ class KELP_EXPORT TimerService : public KelpObject {
   TimerService();
   ~TimerService() override;
 
-  static TimerService* s_pThis;
+  KELP_LOCAL static TimerService* s_pThis;
 
   std::map<TimerId_t, TimerEventReceiver*> m_activeTimers;  // guarded by m_mutex, which guards the last id issued too
   Mutex m_mutex;

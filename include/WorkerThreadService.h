@@ -90,7 +90,7 @@ class KELP_EXPORT WorkerThreadService : public KelpObject {
   explicit WorkerThreadService(int numThreads);
   ~WorkerThreadService() override;
 
-  static WorkerThreadService* s_pThis;
+  KELP_LOCAL static WorkerThreadService* s_pThis;
 
   ExecObjectEventReceiver m_requestChannel;  // served by every worker
   WorkerThreadExecId_t m_nextId;             // guarded by m_mutex

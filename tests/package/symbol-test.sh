@@ -28,18 +28,37 @@ exports_public_classes_only() {
   done
 }
 
-exports_every_public_operation() {
-  command -v clang++ >/dev/null || skip "clang++, which lists the operations"
-  command -v python3 >/dev/null || skip "python3, which reads the list"
-  local operations missing
-  operations=$(for header in "$other"/*.h; do echo "#include \"$(basename "$header")\""; done |
+# operations public|private
+operations() {
+  for header in "$other"/*.h; do echo "#include \"$(basename "$header")\""; done |
     clang++ --target="$("$CXX" -dumpmachine)" -std=c++17 -I"$other" -fsyntax-only \
       -Xclang -ast-dump=json -Xclang -ast-dump-filter=Kelp -x c++ - |
-    python3 "$here/public-operations.py" | sort -u)
+    python3 "$here/operations.py" "$1" | sort -u
+}
+
+need_lister() {
+  command -v clang++ >/dev/null || skip "clang++, which lists the operations"
+  command -v python3 >/dev/null || skip "python3, which reads the list"
+}
+
+exports_every_public_operation() {
+  need_lister
+  local operations missing
+  operations=$(operations public)
   echo "$(wc -l <<<"$operations") public operations"
   [[ $(wc -l <<<"$operations") -gt 10 ]] || fail "the headers name nearly no operation"
   missing=$(comm -23 <(echo "$operations") <(exported | sort -u) | c++filt)
   [[ -z $missing ]] || fail "public, but not exported:"$'\n'"$missing"
+}
+
+exports_no_private_operation() {
+  need_lister
+  local operations exported
+  operations=$(operations private)
+  echo "$(wc -l <<<"$operations") private operations"
+  [[ $(wc -l <<<"$operations") -gt 10 ]] || fail "the headers name nearly no operation"
+  exported=$(comm -12 <(echo "$operations") <(exported | sort -u) | c++filt)
+  [[ -z $exported ]] || fail "private, but exported (KELP_LOCAL is missing):"$'\n'"$exported"
 }
 
 imports_the_logger_weakly() {

@@ -1,14 +1,19 @@
-"""Lists the link names of the public operations in the namespace Kelp.
+"""Lists the link names of operations in the namespace Kelp.
 
-Reads the declarations as Clang dumps them in JSON from standard input. An operation is a member function that is public,
-or protected for derived classes, of a class that can be reached from outside; what the compiler makes itself, what is
-deleted, abstract or a template is none. A constructor counts twice, once for whole objects and once for the base part of
-a derived class's; an abstract class, which has no objects of its own, needs the second alone.
+    operations.py public|private
+
+Reads the declarations as Clang dumps them in JSON from standard input. A public operation is a member function that is
+public, or protected for derived classes, of a class that can be reached from outside; what the compiler makes itself,
+what is deleted, abstract or a template is none. A constructor counts twice, once for whole objects and once for the base
+part of a derived class's; an abstract class, which has no objects of its own, needs the second alone.
+A private operation is what such a class keeps to itself: its private functions, but for those that the tables of derived
+classes refer to, and its private static members.
 """
 import json
 import sys
 
 CLASSES = ("CXXRecordDecl",)
+WANTED = sys.argv[1]
 FUNCTIONS = ("CXXMethodDecl", "CXXConstructorDecl", "CXXDestructorDecl", "CXXConversionDecl")
 
 
@@ -29,11 +34,22 @@ def list_class(node):
         if kind == "AccessSpecDecl":
             access = member["access"]
         elif access == "private":
-            continue
+            list_private(member)
         elif kind in CLASSES:
             list_class(member)
-        elif kind in FUNCTIONS and is_operation(member):
+        elif kind in FUNCTIONS and is_operation(member) and WANTED == "public":
             list_operation(member, node["definitionData"].get("isAbstract", False))
+
+
+def list_private(node):
+    is_function = node["kind"] == "CXXMethodDecl" and is_operation(node) and not is_virtual(node)
+    is_static = node["kind"] == "VarDecl" and link_name(node)
+    if WANTED == "private" and (is_function or is_static):
+        print(link_name(node))
+
+
+def is_virtual(node):
+    return node.get("virtual") or any(part.get("kind") == "OverrideAttr" for part in node.get("inner", []))
 
 
 def list_operation(node, is_abstract):
@@ -51,7 +67,7 @@ def list_scope(node):
             list_scope(member)
         elif kind in CLASSES:
             list_class(member)
-        elif kind == "FunctionDecl" and is_operation(member):
+        elif kind == "FunctionDecl" and is_operation(member) and WANTED == "public":
             print(link_name(member))
 
 
