@@ -7,6 +7,9 @@ function(kelp_set_up_objects name)
     POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE kelp-compile-options)
+  # Nothing here throws or catches. A failed `new` has to end the process as it is: on its way up, its exception could
+  # have destructors take apart what other threads still use. The tables that remain are for backtraces.
+  target_compile_options(${name} PRIVATE -fno-exceptions -funwind-tables)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Calls inside the library go straight to their target; nobody may replace a member of it from outside.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition)

@@ -105,6 +105,12 @@ wraps_every_call_that_can_fail() {
   [[ -z $others ]] || fail "the library calls these, which the tests cannot make fail:"$'\n'"$others"
 }
 
+# An exception that passes through must find no destructor to run: other threads may still use what it takes apart.
+cleans_up_for_no_exception() {
+  ! nm -D "$library" | grep -E ' U (__gxx_personality_v0|_Unwind_Resume|__cxa_begin_catch|__cxa_end_cleanup)' ||
+    fail "the library would clean up for an exception"
+}
+
 needs_no_json_c() {
   ! needed | grep json || fail "the shared library needs json-c"
   nm -D "$library" | grep ' U json_object_' || fail "the library uses no json-c: this check checks nothing"
