@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace KelpTest {
@@ -52,19 +53,31 @@ int64_t growthOf(const std::vector<int64_t>& values, int64_t (*fold)(std::vector
   return fold({values.end() - third, values.end()}) - fold({values.begin(), values.begin() + third});
 }
 
+template <typename Processes, typename Quantity>
+int64_t sumOver(const Processes& processes, const Quantity& quantityOf) {
+  return std::accumulate(processes.begin(), processes.end(), int64_t{0},
+                         [&](int64_t sum, const auto& process) { return sum + quantityOf(process); });
+}
+
+template <typename Processes, typename Quantity>
+int64_t mostOf(const Processes& processes, const Quantity& quantityOf) {
+  return std::accumulate(processes.begin(), processes.end(), int64_t{0},
+                         [&](int64_t most, const auto& process) { return std::max(most, quantityOf(process)); });
+}
+
 }  // namespace
 
-Usage::Usage(std::string name, std::vector<pid_t> pids) : m_name(std::move(name)), m_pids(std::move(pids)) {}
+Usage::Usage(std::string name, const std::vector<pid_t>& pids) : m_name(std::move(name)) {
+  for (const pid_t pid : pids) {
+    m_processes.push_back({pid, {}, {}});
+  }
+}
 
 void Usage::sample() {
-  int64_t kiB = 0;
-  int64_t descriptors = 0;
-  for (const pid_t pid : m_pids) {
-    kiB += residentKiB(pid);
-    descriptors += openDescriptors(pid);
+  for (Process& process : m_processes) {
+    process.kiB.push_back(residentKiB(process.pid));
+    process.descriptors.push_back(openDescriptors(process.pid));
   }
-  m_kiB.push_back(kiB);
-  m_descriptors.push_back(descriptors);
 }
 
 const std::string& Usage::name() const {
@@ -72,27 +85,29 @@ const std::string& Usage::name() const {
 }
 
 size_t Usage::processes() const {
-  return m_pids.size();
+  return m_processes.size();
 }
 
 int64_t Usage::peakKiB() const {
-  int64_t kiB = 0;
-  for (const pid_t pid : m_pids) {
-    kiB += kiBIn(pid, "status", "VmHWM");
-  }
-  return kiB;
+  return sumOver(m_processes, [](const Process& process) { return kiBIn(process.pid, "status", "VmHWM"); });
 }
 
 int64_t Usage::fewestDescriptors() const {
-  return m_descriptors.empty() ? 0 : leastOf(m_descriptors);
+  return sumOver(m_processes,
+                 [](const Process& process) { return process.descriptors.empty() ? 0 : leastOf(process.descriptors); });
 }
 
 int64_t Usage::memoryGrowthKiB() const {
-  return growthOf(m_kiB, medianOf);
+  return mostOf(m_processes, [](const Process& process) { return growthOf(process.kiB, medianOf); });
 }
 
 int64_t Usage::descriptorGrowth() const {
-  return growthOf(m_descriptors, leastOf);
+  return mostOf(m_processes, [](const Process& process) { return growthOf(process.descriptors, leastOf); });
+}
+
+int64_t Usage::averageMemoryGrowthKiB() const {
+  return sumOver(m_processes, [](const Process& process) { return growthOf(process.kiB, medianOf); }) /
+         static_cast<int64_t>(m_processes.size());
 }
 
 }  // namespace KelpTest
