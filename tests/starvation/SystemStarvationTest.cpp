@@ -1,5 +1,5 @@
-// Files and the system: descriptors and files are read, copied and changed, directories made and removed, memory handed
-// out, and the few files read that the platform keeps.
+// Files and the system: descriptors and files are read, copied and changed, directories and log files made and removed,
+// memory handed out, and the few files read that the platform keeps.
 
 #include <errno.h>
 #include <fcntl.h>
@@ -89,8 +89,40 @@ std::string liveWithTheSystem() {
   answers += " " + std::to_string(SysFunc::kelpRename(kSource, kMoved));
   answers += " " + std::to_string(SysFunc::kelpRm(kMoved));
   answers += " " + std::to_string(SysFunc::kelpRm(kDirectory));
-  KelpDebugRemoveLogFile("starved");
   return answers;
+}
+
+// --- Log files: one is made together with its directory, and removed together with one that was rotated away
+
+constexpr char kLogDirectory[] = "/var/log/kelp";
+constexpr char kLogFile[] = "/var/log/kelp/pf_starved.log";
+constexpr char kRotatedFile[] = "/mnt/log/kelp/pf_starved.log.1";
+
+void putLogFiles() {
+  unlink(kLogFile);
+  rmdir(kLogDirectory);
+  KelpTest::writeText(kRotatedFile, "a line");
+  umask(077);  // then the mode of a log file is given to it by a command, if by any
+}
+
+std::string modeOfLogFile() {
+  const UncountedCalls own;
+  const mode_t mode = KelpTest::exists(kLogFile) ? KelpTest::modeOf(kLogFile) : 0;
+  return mode == 0 ? "none" : mode == 0644 ? "readable" : "private";
+}
+
+std::string leftLogFiles() {
+  const UncountedCalls own;
+  return std::string(KelpTest::exists(kLogFile) ? ", left" : "") +
+         (KelpTest::exists(kRotatedFile) ? ", rotated one left" : "");
+}
+
+std::string liveWithLogFiles() {
+  KelpDebugGenerateLogFile("starved", 0);
+  std::string story = modeOfLogFile();
+  KelpDebugRemoveLogFile("starved");
+  story += leftLogFiles();
+  return story;
 }
 
 // --- Memory
@@ -142,6 +174,11 @@ LogLine notExecutedLine(const std::string& command) {
   return errorLine("SysFunc.cpp", 0, "kelpExec", "ERROR: system " + command + "\n");
 }
 
+// The command was run, and had nothing to do its work on.
+LogLine failedCommandLine(const std::string& command) {
+  return errorLine("SysFunc.cpp", 0, "kelpExec", "BUSYBOX error: " + command + " (code = 256)\n");
+}
+
 }  // namespace
 
 TEST(SystemStarvationTest, EveryCallThatFailsOnFilesEndsAsStated) {
@@ -188,14 +225,32 @@ TEST(SystemStarvationTest, EveryCallThatFailsInSystemFunctionsEndsAsStated) {
   starvation.expect(Call::Unlink, {goesOn("8 0 0 0 0 15 0")});
   starvation.expect(Call::System,
                     {goesOn("8 15 0 0 0 0 15", {notExecutedLine(std::string("mkdir -p -m 0755 ") + kDirectory)}),
-                     goesOn("8 0 0 0 0 0 15", {notExecutedLine(std::string("rm -Rf ") + kDirectory)}),
-                     goesOn("8 0 0 0 0 0 0", {notExecutedLine("rm -f /var/log/kelp/pf_starved.log*")}),
-                     goesOn("8 0 0 0 0 0 0", {notExecutedLine("rm -f /mnt/log/kelp/pf_starved.log*")})});
+                     goesOn("8 0 0 0 0 0 15", {notExecutedLine(std::string("rm -Rf ") + kDirectory)})});
   starvation.failEachCall();
 }
 
 TEST(SystemStarvationTest, EveryNewThatFailsInSystemFunctionsAbortsTheProcess) {
   KelpTest::Starvation({putFiles, liveWithTheSystem, nullptr}).failEachNew();
+}
+
+TEST(SystemStarvationTest, EveryCallThatFailsOnLogFilesEndsAsStated) {
+  KelpTest::Starvation starvation({putLogFiles, liveWithLogFiles, nullptr});
+  const std::string touch = std::string("touch ") + kLogFile;
+  const std::string chown = std::string("chown root.root ") + kLogFile;
+  const std::string chmod = std::string("chmod 644 ") + kLogFile;
+  starvation.expect(Call::Stat, {goesOn("readable")});
+  starvation.expect(Call::System,
+                    {goesOn("none", {notExecutedLine(std::string("mkdir -p -m 0755 ") + kLogDirectory),
+                                     failedCommandLine(touch), failedCommandLine(chown), failedCommandLine(chmod)}),
+                     goesOn("none", {notExecutedLine(touch), failedCommandLine(chown), failedCommandLine(chmod)}),
+                     goesOn("readable", {notExecutedLine(chown)}), goesOn("private", {notExecutedLine(chmod)}),
+                     goesOn("readable, left", {notExecutedLine("rm -f /var/log/kelp/pf_starved.log*")}),
+                     goesOn("readable, rotated one left", {notExecutedLine("rm -f /mnt/log/kelp/pf_starved.log*")})});
+  starvation.failEachCall();
+}
+
+TEST(SystemStarvationTest, EveryNewThatFailsOnLogFilesAbortsTheProcess) {
+  KelpTest::Starvation({putLogFiles, liveWithLogFiles, nullptr}).failEachNew();
 }
 
 TEST(SystemStarvationTest, EveryAllocationThatFailsIsToldByANull) {
