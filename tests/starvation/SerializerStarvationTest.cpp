@@ -1,14 +1,18 @@
-// Responses: each serializer makes one with every kind of value.
+// Responses: each serializer makes one with every kind of value; and Base64 text is written into a stream.
 
 #include <gtest/gtest.h>
+#include <stdint.h>
+#include <stdio.h>
 #include <unistd.h>
 
 #include <string>
 #include <vector>
 
 #include "ApplicationInfoList.h"
+#include "Base64EncDec.h"
 #include "BinarySerializer.h"
 #include "JsonSerializer.h"
+#include "rpc/ApplicationRecord.h"
 #include "starvation/LoopLines.h"
 #include "starvation/Starvation.h"
 #include "support/FileStatus.h"
@@ -98,26 +102,90 @@ std::vector<Kelp::ApplicationInfoList_t> applications() {
 }
 
 constexpr char kListResponse[] = "/tmp/responseWithAList";
-constexpr size_t kListSize = 8 + 2 * 4416;
+constexpr size_t kHeaderSize = 2 * sizeof(uint32_t);
+constexpr size_t kRecordSize = sizeof(Kelp::ApplicationRecord);
 
 void removeList() {
   unlink(kListResponse);
 }
 
-std::string liveWithAList() {
-  const std::vector<Kelp::ApplicationInfoList_t> list = applications();
-  Kelp::BinarySerializer serializer(kListResponse);
-  return std::to_string(serializer.putParamForGetAppList(2, list));
+// A header has whole records behind it, or none.
+std::string whichList() {
+  const UncountedCalls own;
+  const size_t size = KelpTest::readText(kListResponse).size();
+  if (size == 0) {
+    return "empty";
+  }
+  if (size < kHeaderSize || (size - kHeaderSize) % kRecordSize != 0) {
+    return "torn: " + std::to_string(size);
+  }
+  return std::to_string((size - kHeaderSize) / kRecordSize) + " records";
 }
 
-// A write that failed leaves a part of it, and says so.
+std::string liveWithAList() {
+  const std::vector<Kelp::ApplicationInfoList_t> list = applications();
+  int result = 0;
+  {
+    Kelp::BinarySerializer serializer(kListResponse);
+    result = serializer.putParamForGetAppList(2, list);
+  }
+  return std::to_string(result) + " " + whichList();
+}
+
+// What a write that failed has left out is told by the result. A process that is aborted tells nobody.
 std::string checkList(bool isAborted) {
-  const size_t size = KelpTest::readText(kListResponse).size();
-  return isAborted && size != 0 && size != kListSize ? "torn: " + std::to_string(size) : "";
+  const std::string which = whichList();
+  const bool isWhole = which == "empty" || which == "2 records";
+  return which.substr(0, 4) == "torn" || (isAborted && !isWhole) ? which : "";
 }
 
 KelpTest::Scenario listScenario() {
   return {removeList, liveWithAList, checkList};
+}
+
+// --- Base64 text in a stream, made of a block of memory and of another stream
+
+constexpr char kText[] = "/tmp/text";
+
+void putStreamInput() {
+  KelpTest::writeText(kInput, "mortal");
+}
+
+// Opened and closed by its owner, who also looks after its errors.
+class Stream {
+ public:
+  Stream(const char* path, const char* mode) {
+    const UncountedCalls own;
+    m_pFile = fopen(path, mode);
+  }
+  ~Stream() {
+    const UncountedCalls own;
+    fclose(m_pFile);
+  }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+
+  FILE* get() const { return m_pFile; }
+
+ private:
+  FILE* m_pFile;
+};
+
+std::string writeStream() {
+  const Stream in(kInput, "re");
+  const Stream out(kText, "we");
+  const Kelp::Base64EncDec base64;
+  char data[] = "Man is";
+  unsigned int size = 6;
+  const int memory = base64.putBase64Mem(data, size, out.get());
+  const int stream = base64.putBase64(in.get(), out.get());
+  return std::to_string(memory) + " " + std::to_string(stream);
+}
+
+std::string liveWithStreams() {
+  const std::string results = writeStream();
+  const UncountedCalls own;
+  return results + " " + KelpTest::readText(kText);
 }
 
 constexpr char kAll[] = "0 0 0 whole";
@@ -159,12 +227,21 @@ TEST(SerializerStarvationTest, EveryNewThatFailsOnJsonAbortsTheProcess) {
 
 TEST(SerializerStarvationTest, EveryCallThatFailsOnAListEndsAsStated) {
   KelpTest::Starvation starvation(listScenario());
-  starvation.expect(Call::Open, {goesOn("15", {notOpenLine()})});
-  starvation.expect(Call::Write, {goesOn("15")});
-  starvation.expect(Call::Close, {goesOn("0", {KelpTest::failedCloseLine()})});
+  starvation.expect(Call::Open, {goesOn("15 empty", {notOpenLine()})});
+  starvation.expect(Call::Write, {goesOn("15 empty"), goesOn("15 0 records"), goesOn("15 1 records")});
+  starvation.expect(Call::Close, {goesOn("0 2 records", {KelpTest::failedCloseLine()})});
   starvation.failEachCall();
 }
 
 TEST(SerializerStarvationTest, EveryNewThatFailsOnAListAbortsTheProcess) {
   KelpTest::Starvation(listScenario()).failEachNew();
+}
+
+// Each failed call leaves its group or all that it would have read out; the stream's owner is told by the stream.
+TEST(SerializerStarvationTest, EveryCallThatFailsOnStreamsEndsAsStated) {
+  KelpTest::Starvation starvation({putStreamInput, liveWithStreams, nullptr});
+  starvation.expect(Call::Fputs, {goesOn("0 0 IGlzbW9ydGFs"), goesOn("0 0 TWFubW9ydGFs"), goesOn("0 0 TWFuIGlzdGFs"),
+                                  goesOn("0 0 TWFuIGlzbW9y")});
+  starvation.expect(Call::Fread, {goesOn("0 0 TWFuIGlz"), goesOn("0 0 TWFuIGlzbW9ydGFs")});
+  starvation.failEachCall();
 }
