@@ -1,7 +1,9 @@
 // The input is a byte n, n bytes of a package file, and the request: a binary record. One that names kPackage has the
-// package decoded.
+// package decoded; one that names another file of this machine, a directory or a device, that.
 #include <stddef.h>
 #include <stdint.h>
+#include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <vector>
 
 #include "BinaryParser.h"
+#include "RequestDecoder.h"
 #include "fuzz/support/Check.h"
 #include "fuzz/support/Input.h"
 #include "fuzz/support/ParserChecks.h"
@@ -21,11 +24,13 @@ using Kelp::BinaryParser;
 using Kelp::CommonReturnCode_InvalidProtocol;
 using Kelp::CommonReturnCode_IoError;
 using Kelp::CommonReturnCode_Ok;
+using Kelp::RequestDecoder;
 using KelpTest::BinaryRecordReference;
 using KelpTest::Decoding;
 using KelpTest::RequestMember;
 
 constexpr size_t kLongestPath = 255;
+constexpr off_t kLargestFile = 1 << 20;  // larger ones that a record names would only take time
 
 struct Request {
   std::string package;
@@ -35,10 +40,11 @@ struct Request {
 // Where it always lies, so that kept records name it.
 constexpr char kPackage[] = "/mnt/fuzz/package";
 
-// Without line ends and blanks, and with NULs for what is missing of the last group.
+// Without line ends and blanks, and with NULs for what is missing of the last group. An empty text has no character to
+// decode: the file that it is for is only touched.
 Decoding decodedPackage(std::string text) {
   if (text.empty()) {
-    return {CommonReturnCode_Ok, "", ""};  // the file is only touched
+    return {CommonReturnCode_Ok, "", ""};
   }
   text.erase(
       std::remove_if(text.begin(), text.end(), [](char each) { return each == '\r' || each == '\n' || each == ' '; }),
@@ -48,22 +54,48 @@ Decoding decodedPackage(std::string text) {
   return KelpTest::decodedCharByChar(text, length, text.size(), false);
 }
 
-void checkFileData(BinaryParser& parser, const RequestMember& member, const std::string& package) {
-  const Decoding actual = KelpFuzz::dataToFile(parser, member.name, KelpFuzz::pathOf("output"));
+// As many bytes as the file is said to have. Directories have none that can be read, and files that the kernel makes up
+// may have fewer.
+bool readWhole(const std::string& path, std::string& content) {
+  FILE* const file = fopen(path.c_str(), "re");
+  const bool isRead = file != nullptr && fread(&content[0], 1, content.size(), file) == content.size();
+  if (file != nullptr) {
+    fclose(file);
+  }
+  return isRead;
+}
+
+// What any other file is decoded to. What has no size is taken for empty, devices and FIFOs too: none is opened.
+Decoding decodedFile(const std::string& path, const struct stat& status) {
+  std::string content(static_cast<size_t>(status.st_size), '\0');
+  if (!content.empty() && !readWhole(path, content)) {
+    return {CommonReturnCode_IoError, "", ""};
+  }
+  return decodedPackage(content);
+}
+
+void checkFileData(RequestDecoder& decoder, const RequestMember& member, const std::string& package) {
+  struct stat status = {};
+  const bool isPackage = member.value == kPackage;
+  const bool isThere = isPackage || stat(member.value.c_str(), &status) == 0;
+  if (status.st_size > kLargestFile) {
+    return;
+  }
+  const Decoding actual = KelpFuzz::dataToFile(decoder, member.name, KelpFuzz::pathOf("output"), package.size());
   if (member.value.empty() || member.value.size() > kLongestPath) {
     FUZZ_CHECK_EQ(actual.result, CommonReturnCode_InvalidProtocol);
-  } else if (member.value == kPackage) {
-    const Decoding expected = decodedPackage(package);
+  } else if (!isThere) {
+    FUZZ_CHECK_EQ(actual.result, CommonReturnCode_IoError);
+  } else {
+    const Decoding expected = isPackage ? decodedPackage(package) : decodedFile(member.value, status);
     FUZZ_CHECK_EQ(actual.result, expected.result);
     FUZZ_CHECK_EQ(actual.data, expected.result == CommonReturnCode_Ok ? expected.data : std::string());
-  } else if (!KelpFuzz::isThere(member.value)) {
-    FUZZ_CHECK_EQ(actual.result, CommonReturnCode_IoError);
   }
 }
 
 // The record's own bytes, from where the member's text stands in the text.
-void checkMemoryData(BinaryParser& parser, const RequestMember& member, const std::string& record) {
-  const Decoding actual = KelpFuzz::dataToMemory(parser, member.name);
+void checkMemoryData(RequestDecoder& decoder, const RequestMember& member, const std::string& record) {
+  const Decoding actual = KelpFuzz::dataToMemory(decoder, member.name);
   if (member.value.empty() || member.offset + member.value.size() > record.size()) {
     FUZZ_CHECK_EQ(actual.result, CommonReturnCode_InvalidProtocol);
     return;
@@ -72,15 +104,16 @@ void checkMemoryData(BinaryParser& parser, const RequestMember& member, const st
   FUZZ_CHECK_EQ(actual.data, record.substr(member.offset, member.value.size()));
 }
 
-void checkMember(BinaryParser& parser, const RequestMember& member, const Request& request) {
+void checkMember(const BinaryParser& parser, RequestDecoder& decoder, const RequestMember& member,
+                 const Request& request) {
   if (member.value.empty()) {
-    KelpFuzz::checkNothingIsGiven(parser, member.name);
+    KelpFuzz::checkNothingIsGiven(decoder, member.name);
     return;
   }
   KelpFuzz::checkPlace(parser, member);
-  KelpFuzz::checkNumbersAndText(parser, member, true);
-  checkMemoryData(parser, member, request.record);
-  checkFileData(parser, member, request.package);
+  KelpFuzz::checkNumbersAndText(decoder, member, true);
+  checkMemoryData(decoder, member, request.record);
+  checkFileData(decoder, member, request.package);
 }
 
 void checkRequest(const std::string& path, const Request& request) {
@@ -91,13 +124,15 @@ void checkRequest(const std::string& path, const Request& request) {
   FUZZ_CHECK_EQ(KelpFuzz::mappedFileCount(), request.record.empty() ? 0U : 1U);
   long offset = 0;
   FUZZ_CHECK_EQ(parser.getMemberInfo("absent", offset), 0U);
-  KelpFuzz::checkNothingIsGiven(parser, "absent");
+  RequestDecoder decoder(parser);
+  KelpFuzz::checkNothingIsGiven(decoder, "absent");
   if (reference.state() != KelpTest::State::Done) {
-    KelpFuzz::checkNothingIsGiven(parser, "methodName");
+    KelpFuzz::checkNothingIsGiven(decoder, "methodName");
     return;
   }
+  KelpFuzz::checkApi(decoder, reference.members());
   for (const RequestMember& member : reference.members()) {
-    checkMember(parser, member, request);
+    checkMember(parser, decoder, member, request);
   }
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MultiPartParser.h"
+#include "RequestDecoder.h"
 #include "fuzz/support/Check.h"
 #include "fuzz/support/ParserChecks.h"
 #include "fuzz/support/Platform.h"
@@ -17,6 +18,7 @@ namespace {
 
 using Kelp::CommonReturnCode_Ok;
 using Kelp::MultiPartParser;
+using Kelp::RequestDecoder;
 using KelpTest::Decoding;
 using KelpTest::MultiPartReference;
 using KelpTest::RequestMember;
@@ -46,30 +48,33 @@ void checkSame(const Decoding& actual, const Decoding& expected) {
   FUZZ_CHECK_EQ(actual.data, expected.result == CommonReturnCode_Ok ? expected.data : std::string());
 }
 
-void checkMemoryData(MultiPartParser& parser, MultiPartReference reference, const std::vector<RequestMember>& asked) {
+void checkMemoryData(RequestDecoder& decoder, MultiPartReference reference, const std::vector<RequestMember>& asked) {
   for (const RequestMember& member : asked) {
-    checkSame(KelpFuzz::dataToMemory(parser, member.name), reference.decode(member));
+    checkSame(KelpFuzz::dataToMemory(decoder, member.name), reference.decode(member));
   }
 }
 
-void checkFileData(MultiPartParser& parser, MultiPartReference reference, const std::vector<RequestMember>& asked) {
+void checkFileData(RequestDecoder& decoder, MultiPartReference reference, const std::vector<RequestMember>& asked) {
   for (size_t i = 0; i < std::min(asked.size(), kMostFiles); ++i) {
-    checkSame(KelpFuzz::dataToFile(parser, asked[i].name, KelpFuzz::pathOf("output")), reference.decode(asked[i]));
+    checkSame(KelpFuzz::dataToFile(decoder, asked[i].name, KelpFuzz::pathOf("output"), i), reference.decode(asked[i]));
   }
 }
 
-void checkMembers(const std::string& path, MultiPartParser& parser, const MultiPartReference& reference) {
+void checkMembers(const std::string& path, const MultiPartParser& parser, RequestDecoder& decoder,
+                  const MultiPartReference& reference) {
   const std::vector<RequestMember> asked = KelpFuzz::membersToAsk(reference.members());
   for (const RequestMember& member : asked) {
     KelpFuzz::checkPlace(parser, member);
-    KelpFuzz::checkNumbersAndText(parser, member, false);
+    KelpFuzz::checkNumbersAndText(decoder, member, false);
   }
+  KelpFuzz::checkApi(decoder, reference.members());
   KelpFuzz::allowWholeGroupsOfMappedFiles();
-  checkMemoryData(parser, reference, asked);
+  checkMemoryData(decoder, reference, asked);
   if (!asked.empty()) {
     MultiPartParser second(path);
+    RequestDecoder secondDecoder(second);
     KelpFuzz::allowWholeGroupsOfMappedFiles();
-    checkFileData(second, reference, asked);
+    checkFileData(secondDecoder, reference, asked);
   }
 }
 
@@ -82,11 +87,12 @@ void checkRequest(const std::string& path, const std::string& body) {
   const std::string absent = KelpFuzz::absentName(reference.members());
   long offset = 0;
   FUZZ_CHECK_EQ(parser.getMemberInfo(absent, offset), KelpFuzz::kNoMember);
-  KelpFuzz::checkNothingIsGiven(parser, absent);
+  RequestDecoder decoder(parser);
+  KelpFuzz::checkNothingIsGiven(decoder, absent);
   if (reference.state() == KelpTest::State::Done) {
-    checkMembers(path, parser, reference);
+    checkMembers(path, parser, decoder, reference);
   } else if (!reference.members().empty()) {
-    KelpFuzz::checkNothingIsGiven(parser, reference.members().front().name);
+    KelpFuzz::checkNothingIsGiven(decoder, reference.members().front().name);
   }
 }
 

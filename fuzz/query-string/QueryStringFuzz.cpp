@@ -18,6 +18,7 @@ namespace {
 using Kelp::CommonReturnCode_InvalidProtocol;
 using Kelp::CommonReturnCode_Ok;
 using Kelp::QueryStringParser;
+using Kelp::RequestDecoder;
 using KelpTest::Decoding;
 using KelpTest::RequestMember;
 
@@ -61,11 +62,11 @@ class PackedValues {
   bool m_isKnown;
 };
 
-void checkMemoryData(QueryStringParser& parser, const std::vector<RequestMember>& all,
+void checkMemoryData(RequestDecoder& decoder, const std::vector<RequestMember>& all,
                      const std::vector<RequestMember>& asked) {
   PackedValues values(all);
   for (const RequestMember& member : asked) {
-    const Decoding actual = KelpFuzz::dataToMemory(parser, member.name);
+    const Decoding actual = KelpFuzz::dataToMemory(decoder, member.name);
     if (member.value.empty()) {
       FUZZ_CHECK_EQ(actual.result, CommonReturnCode_InvalidProtocol);
     } else {
@@ -74,11 +75,11 @@ void checkMemoryData(QueryStringParser& parser, const std::vector<RequestMember>
   }
 }
 
-void checkFileData(QueryStringParser& parser, const std::vector<RequestMember>& all,
+void checkFileData(RequestDecoder& decoder, const std::vector<RequestMember>& all,
                    const std::vector<RequestMember>& asked) {
   PackedValues values(all);
   for (size_t i = 0; i < std::min(asked.size(), kMostFiles); ++i) {
-    const Decoding actual = KelpFuzz::dataToFile(parser, asked[i].name, KelpFuzz::pathOf("output"));
+    const Decoding actual = KelpFuzz::dataToFile(decoder, asked[i].name, KelpFuzz::pathOf("output"), i);
     if (asked[i].value.empty()) {
       FUZZ_CHECK(actual.result == CommonReturnCode_Ok && actual.data.empty());
     } else {
@@ -107,27 +108,25 @@ void checkRequest(const std::string& path, const std::string& body) {
   const std::vector<RequestMember> all = KelpTest::QueryStringReference(body).members();
   const std::vector<RequestMember> asked = KelpFuzz::membersToAsk(all);
   QueryStringParser parser(path);
+  RequestDecoder decoder(parser);
   FUZZ_CHECK_EQ(KelpTest::stateOf(parser), KelpTest::State::Done);
   FUZZ_CHECK_EQ(KelpFuzz::mappedFileCount(), body.empty() ? 0U : 1U);
   for (const RequestMember& member : asked) {
     KelpFuzz::checkPlace(parser, member);
-    KelpFuzz::checkNumbersAndText(parser, member, false);
+    KelpFuzz::checkNumbersAndText(decoder, member, false);
   }
   const std::string absent = KelpFuzz::absentName(all);
   long offset = 0;
   FUZZ_CHECK_EQ(parser.getMemberInfo(absent, offset), KelpFuzz::kNoMember);
-  KelpFuzz::checkNothingIsGiven(parser, absent);
-  std::string api;
-  const bool hasApi =
-      std::any_of(all.begin(), all.end(), [](const RequestMember& each) { return each.name == "methodName"; });
-  FUZZ_CHECK_EQ(Kelp::RequestDecoder(parser).getApi(api),
-                hasApi ? CommonReturnCode_Ok : CommonReturnCode_InvalidProtocol);
+  KelpFuzz::checkNothingIsGiven(decoder, absent);
+  KelpFuzz::checkApi(decoder, all);
   checkCharacters(parser, body);
   KelpFuzz::allowWholeGroupsOfMappedFiles();
-  checkMemoryData(parser, all, asked);
+  checkMemoryData(decoder, all, asked);
   QueryStringParser second(path);
+  RequestDecoder secondDecoder(second);
   KelpFuzz::allowWholeGroupsOfMappedFiles();
-  checkFileData(second, all, asked);
+  checkFileData(secondDecoder, all, asked);
 }
 
 }  // namespace

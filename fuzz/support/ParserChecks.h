@@ -1,11 +1,12 @@
-// What holds for every getter of the two text parsers, given what a request is known to hold.
+// What holds for every getter of a parser, given what a request is known to hold. They are asked through the decoder,
+// as request handlers do: of its operations that give the same, each asks another one.
 #ifndef KELP_FUZZ_PARSER_CHECKS_H
 #define KELP_FUZZ_PARSER_CHECKS_H
 
 #include <string>
 #include <vector>
 
-#include "RpcParser.h"
+#include "RequestDecoder.h"
 #include "SysFunc.h"
 #include "fuzz/support/Check.h"
 #include "fuzz/support/Platform.h"
@@ -29,14 +30,19 @@ std::string absentName(const std::vector<KelpTest::RequestMember>& members);
 std::vector<KelpTest::RequestMember> membersToAsk(const std::vector<KelpTest::RequestMember>& members);
 
 // Every getter answers "Invalid Protocol" (10) and gives nothing.
-void checkNothingIsGiven(Kelp::RpcParser& parser, const std::string& name);
+void checkNothingIsGiven(Kelp::RequestDecoder& decoder, const std::string& name);
+
+// The request's method: none where nothing has been parsed.
+void checkApi(Kelp::RequestDecoder& decoder, const std::vector<KelpTest::RequestMember>& members);
 
 // Numbers and text of a member. `isEmptyMissing`: the parser takes an empty member for a missing one.
-void checkNumbersAndText(Kelp::RpcParser& parser, const KelpTest::RequestMember& member, bool isEmptyMissing);
+void checkNumbersAndText(Kelp::RequestDecoder& decoder, const KelpTest::RequestMember& member, bool isEmptyMissing);
 
-// The result, and the data that was given with "OK". `outputPath`: to that file, which did not exist before.
-KelpTest::Decoding dataToMemory(Kelp::RpcParser& parser, const std::string& name);
-KelpTest::Decoding dataToFile(Kelp::RpcParser& parser, const std::string& name, const std::string& outputPath);
+// The result, and the data that was given with "OK". `outputPath`: to that file, which did not exist before. `turn`:
+// any number, by which one of the two operations is chosen.
+KelpTest::Decoding dataToMemory(Kelp::RequestDecoder& decoder, const std::string& name);
+KelpTest::Decoding dataToFile(Kelp::RequestDecoder& decoder, const std::string& name, const std::string& outputPath,
+                              size_t turn);
 
 // A member's place, and its value as getMember() copies it.
 template <typename Parser>
