@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <vector>
+#include <utility>
 
 #include "PfLog.h"
 #include "fuzz/support/Check.h"
@@ -32,6 +32,7 @@ constexpr char kTouch[] = "/bin/busybox touch ";
 constexpr int kFailedCommand = 1 << 8;  // exit status 1, as system() gives it
 constexpr size_t kGroup = 4;            // characters of Base64
 constexpr size_t kLongestLine = 1024;
+constexpr int kWordsBeforeMessage = 4;
 
 struct MappedFile {
   char* start;
@@ -43,9 +44,20 @@ std::vector<MappedFile>& mappedFiles() {
   return *files;
 }
 
-jmp_buf s_assertionTarget;
-bool s_isAssertionAwaited = false;
+jmp_buf* s_pAssertionTarget = nullptr;  // null: none is awaited
 const char* s_assertion = "";
+
+std::vector<std::string> s_logLines;
+bool s_isLogKept = false;
+
+// Process, thread, file, line and function stand before it.
+std::string messageOf(const std::string& line) {
+  size_t start = 0;
+  for (int words = 0; words < kWordsBeforeMessage; ++words) {
+    start = line.find(' ', start) + 1;
+  }
+  return line.substr(start);
+}
 
 size_t roundedUp(size_t size, size_t unit) {
   return (size + unit - 1) / unit * unit;
@@ -129,13 +141,29 @@ void allowWholeGroupsOfMappedFiles() {
 }
 
 std::string assertionOf(const std::function<void()>& task) {
+  jmp_buf target;
+  jmp_buf* const outerTarget = s_pAssertionTarget;
   s_assertion = "";
-  s_isAssertionAwaited = true;
-  if (setjmp(s_assertionTarget) == 0) {
+  s_pAssertionTarget = &target;
+  if (setjmp(target) == 0) {
     task();
+    s_assertion = "";  // of a call inside
   }
-  s_isAssertionAwaited = false;
+  s_pAssertionTarget = outerTarget;
   return s_assertion;
+}
+
+LogLines::LogLines() {
+  s_isLogKept = true;
+}
+
+LogLines::~LogLines() {
+  s_isLogKept = false;
+  s_logLines.clear();
+}
+
+std::vector<std::string> LogLines::take() {
+  return std::exchange(s_logLines, {});
 }
 
 }  // namespace KelpFuzz
@@ -165,6 +193,9 @@ extern "C" int PfLogPrintf(unsigned int /*level*/, const char* format, ...) {
   va_start(arguments, format);
   const int length = vsnprintf(line, sizeof(line), format, arguments);
   va_end(arguments);
+  if (KelpFuzz::s_isLogKept) {
+    KelpFuzz::s_logLines.push_back(KelpFuzz::messageOf(line));
+  }
   return length;
 }
 
@@ -178,9 +209,9 @@ extern "C" const char* __asan_default_options() {
 
 extern "C" void __assert_fail(const char* expression, const char* file, unsigned int line,
                               const char* function) noexcept {
-  if (KelpFuzz::s_isAssertionAwaited) {
+  if (KelpFuzz::s_pAssertionTarget != nullptr) {
     KelpFuzz::s_assertion = expression;
-    longjmp(KelpFuzz::s_assertionTarget, 1);
+    longjmp(*KelpFuzz::s_pAssertionTarget, 1);
   }
   fprintf(stderr, "%s:%u: %s: Assertion `%s' failed.\n", file, line, function, expression);
   abort();

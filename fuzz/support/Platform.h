@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace KelpFuzz {
 
@@ -51,8 +52,21 @@ size_t mappedFileCount();
 void allowWholeGroupsOfMappedFiles();
 
 // Runs `task`. Returns the expression of the assertion that ended it, or "" when none did. What `task` was in the
-// middle of is not cleaned up then. Outside of this an assertion ends the process, as it is meant to.
+// middle of is not cleaned up then. `task` may call this again. Outside of this an assertion ends the process, as it is
+// meant to.
 std::string assertionOf(const std::function<void()>& task);
+
+// What the library logs while this lives: each line without what stands before its message. One at a time.
+class LogLines {
+ public:
+  LogLines();
+  ~LogLines();
+  LogLines(const LogLines&) = delete;
+  LogLines& operator=(const LogLines&) = delete;
+
+  // Those since the last call.
+  std::vector<std::string> take();
+};
 
 }  // namespace KelpFuzz
 

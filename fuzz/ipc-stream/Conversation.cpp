@@ -1,0 +1,442 @@
+#include "fuzz/ipc-stream/Conversation.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "IpcAddressApp.h"
+#include "fuzz/ipc-stream/Clock.h"
+#include "fuzz/ipc-stream/InFlight.h"
+#include "fuzz/support/Check.h"
+
+using Kelp::IpcAddress;
+using Kelp::IpcAddressType;
+using Kelp::IpcEventReceiver;
+using Kelp::SessionId_t;
+using KelpTest::WireMessage;
+
+namespace KelpFuzz {
+
+namespace {
+
+constexpr int kOwnFirstId = 0x46555A5A;
+constexpr size_t kMostMessages = 12;  // what a FIFO takes of the largest ones, with some to spare
+constexpr size_t kMostStale = 4096;   // bytes that were there before
+constexpr size_t kMostSessions = 16;
+constexpr int64_t kMillisecond = 1000000;
+constexpr int64_t kAllTime = (int64_t{1} << 31) * kMillisecond;  // no time-out is longer
+constexpr uint8_t kAllTimeByte = 250;                            // and those above it
+constexpr char kError[] = "###ERROR###\n";
+constexpr char kTimerNumber[] = "timerId=";  // which number stands behind it is not known
+
+std::string textOf(const Kelp::IpcData& data, int dataSize) {
+  return std::string(reinterpret_cast<const char*>(&data), static_cast<size_t>(dataSize));
+}
+
+}  // namespace
+
+// Gives each pass of the loop something to do, and ends the loop when nothing is left.
+class Conversation::Looper : public Kelp::EventLooperMultiWait {
+ public:
+  explicit Looper(Conversation& conversation) : m_conversation(conversation) {}
+
+  void processEvent() override {
+    if (!m_conversation.prepare()) {
+      exitEventLoop();
+      return;
+    }
+    Kelp::EventLooperMultiWait::processEvent();
+    m_conversation.checkLog();
+  }
+
+ private:
+  Conversation& m_conversation;
+};
+
+class Conversation::Receiver : public IpcEventReceiver, public Kelp::Disposable {
+ public:
+  explicit Receiver(Conversation& conversation)
+      : IpcEventReceiver(Kelp::IpcAddressApp(kOwnFirstId, getpid())), m_conversation(conversation) {}
+
+  void receiveAndExecuteEvent() override { m_conversation.receive(); }
+
+ private:
+  Conversation& m_conversation;
+};
+
+// May die in its own calls: nothing is done behind them.
+class Conversation::Waiter : public Kelp::IpcEventSender::ResponseHandler {
+ public:
+  Waiter(Conversation& conversation, unsigned int number) : m_conversation(conversation), m_number(number) {}
+
+  void handleResponse(SessionId_t sessionId, IpcAddress& source, Kelp::IpcDataResponse& data, int dataSize) override {
+    m_conversation.handleResponse(m_number, sessionId, source, data, dataSize);
+  }
+  void handleTimeoutError(SessionId_t sessionId) override { m_conversation.handleTimeout(m_number, sessionId); }
+
+ private:
+  Conversation& m_conversation;
+  const unsigned int m_number;
+};
+
+Conversation::Conversation(Input& input)
+    : m_input(input), m_handlers(input.byte()), m_setting(input.byte()), m_looper(new Looper(*this)) {}
+
+Conversation::~Conversation() = default;
+
+void Conversation::run() {
+  m_path = Kelp::IpcAddressApp(kOwnFirstId, getpid()).getFifoFilePath();
+  if ((m_setting & 0x40U) != 0) {
+    makeReceiverOnStaleFifo();
+  } else {
+    m_receiver = std::make_unique<Receiver>(*this);
+  }
+  m_fd = open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  setHandlers();
+  FUZZ_CHECK(m_looper->addEventReceiver(*m_receiver));
+  m_looper->runEventLoop();
+  finish();
+}
+
+void Conversation::makeReceiverOnStaleFifo() {
+  const std::string stale = m_input.text().substr(0, kMostStale);
+  FUZZ_CHECK(mkfifo(m_path.c_str(), 0600) == 0);
+  const int fd = open(m_path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+  FUZZ_CHECK(::write(fd, stale.data(), stale.size()) == static_cast<ssize_t>(stale.size()));
+  m_stream.write(stale);
+  m_expectedLog.push_back(kError);  // for the FIFO cannot be made
+  m_receiver = std::make_unique<Receiver>(*this);
+  close(fd);
+}
+
+void Conversation::setHandlers() {
+  for (unsigned int type = 0; type < kSourceTypes; ++type) {
+    if ((m_handlers >> type & 1U) != 0) {
+      m_receiver->setRequestHandler(static_cast<IpcAddressType>(type), *this);
+    }
+    if ((m_handlers >> (type + kSourceTypes) & 1U) != 0) {
+      m_receiver->setOneWayRequestHandler(static_cast<IpcAddressType>(type), *this);
+    }
+  }
+}
+
+// Sessions with a time-out can only be begun inside the loop.
+bool Conversation::prepare() {
+  if (!m_isBegun) {
+    m_isBegun = true;
+    addFirstSessions();
+  }
+  while (!m_isOver && !isSomethingToDo()) {
+    if (m_input.isEmpty()) {
+      FUZZ_CHECK_EQ(static_cast<size_t>(KelpTest::bytesWaiting(m_receiver->getFd())), m_stream.size());
+      return false;
+    }
+    writeNext();
+  }
+  return !m_isOver && (m_stream.size() == 0 || m_stream.hasMessage());
+}
+
+bool Conversation::isSomethingToDo() const {
+  return m_stream.hasMessage() || std::any_of(m_sessions.begin(), m_sessions.end(), [](const auto& each) {
+           return each.second.timeout != -1 && each.second.expiry <= Clock::now();
+         });
+}
+
+void Conversation::writeNext() {
+  for (size_t messages = 0; !m_input.isEmpty() && messages < kMostMessages && !m_isOver;) {
+    const uint8_t form = m_input.byte();
+    switch (form & 7U) {
+      case 4: {
+        const uint8_t time = m_input.byte();
+        Clock::pass(time < kAllTimeByte ? time * kMillisecond : kAllTime);
+        break;
+      }
+      case 5:
+        takeOther();
+        break;
+      case 6:
+        return;
+      default:
+        write(KelpTest::toBytes(takeMessage(m_input, form, m_sessionIds)));
+        ++messages;
+    }
+  }
+}
+
+void Conversation::write(const KelpTest::Bytes& bytes) {
+  FUZZ_CHECK(KelpTest::writeBytes(m_fd, bytes));
+  m_stream.write(std::string(bytes.begin(), bytes.end()));
+}
+
+void Conversation::takeOther() {
+  const uint8_t what = m_input.byte();
+  if ((what & 0x80U) != 0) {
+    await(takeSession());
+  } else {
+    kill(what % kWaiters);
+  }
+}
+
+void Conversation::addFirstSessions() {
+  if ((m_handlers & 0x80U) != 0) {
+    const uint8_t deed = m_input.byte();
+    m_deedOfRequests = deed >> 5;
+    m_requestsToDeed = (deed & 0x1FU) + 1;
+  }
+  for (unsigned int count = m_setting % 8; count > 0 && !m_isOver; --count) {
+    const Session session = (m_setting & 0x80U) != 0 ? takeSession() : Session{m_input.word(), 0, -1, Deed::Nothing, 0};
+    if (m_sessions.count(session.id) == 0) {  // others meet their equals
+      await(session);
+    }
+  }
+}
+
+Conversation::Session Conversation::takeSession() {
+  Session session = {m_input.word(), 0, -1, Deed::Nothing, 0};
+  const uint8_t form = m_input.byte();
+  session.handler = (form & 3U) % kWaiters;
+  switch (form >> 2 & 3U) {
+    case 1:
+      session.timeout = m_input.byte() + 1;
+      break;
+    case 2:
+      session.timeout = static_cast<int>(m_input.word());
+      break;
+    default:
+      break;
+  }
+  session.deed = static_cast<Deed>((form >> 4) % 7U);
+  return session;
+}
+
+void Conversation::await(Session session) {
+  if (m_sessions.size() >= kMostSessions) {
+    return;
+  }
+  std::string expected;
+  if (m_sessions.count(session.id) != 0) {
+    expected = "m_sessionInfoMap.find( sessionId ) == m_sessionInfoMap.end()";
+  } else if (session.timeout != -1 && session.timeout <= 0) {
+    expected = "timeout == -1 || timeout > 0";
+  }
+  std::unique_ptr<Waiter>& waiter = m_waiters[session.handler];
+  if (waiter == nullptr) {
+    waiter = std::make_unique<Waiter>(*this, session.handler);
+  }
+  const std::string assertion =
+      assertionOf([&] { m_receiver->addResponseHandler(session.id, *waiter, session.timeout); });
+  FUZZ_CHECK_EQ(assertion, expected);
+  if (!assertion.empty()) {
+    return end();
+  }
+  if (session.timeout != -1) {
+    FUZZ_CHECK_EQ(Clock::lastPeriod(), session.timeout * kMillisecond);
+    session.expiry = Clock::now() + Clock::lastPeriod();
+  }
+  m_sessions[session.id] = session;
+  m_sessionIds.push_back(session.id);
+}
+
+void Conversation::kill(unsigned int waiter) {
+  if (m_waiters[waiter] == nullptr) {
+    return;
+  }
+  char line[64];
+  snprintf(line, sizeof(line), "remove ResponseHandler(%p)\n",
+           static_cast<void*>(static_cast<Kelp::IpcEventSender::ResponseHandler*>(m_waiters[waiter].get())));
+  for (auto session = m_sessions.begin(); session != m_sessions.end();) {
+    const bool isWaiters = session->second.handler == waiter;
+    session = isWaiters ? m_sessions.erase(session) : std::next(session);
+    if (isWaiters) {
+      m_expectedLog.push_back(line);
+    }
+  }
+  m_waiters[waiter].reset();
+}
+
+void Conversation::killAll() {
+  for (unsigned int waiter = 0; waiter < kWaiters; ++waiter) {
+    kill(waiter);
+  }
+}
+
+void Conversation::receive() {
+  const std::string expected = expect(m_stream.take());
+  InFlight inFlight;
+  const std::string assertion = assertionOf([&] { m_receiver->IpcEventReceiver::receiveAndExecuteEvent(); });
+  FUZZ_CHECK_EQ(assertion, expected);
+  FUZZ_CHECK(m_expected.empty());
+  if (!assertion.empty()) {
+    inFlight.release();
+    end();
+  }
+}
+
+// Returns the expression of the assertion that the message ends on, or "".
+std::string Conversation::expect(const WireMessage& message) {
+  if (!isDataSizeValid(message.dataSize)) {
+    m_expectedLog.insert(m_expectedLog.end(), 2, kError);
+    return "";
+  }
+  if (message.srcAddressType >= kSourceTypes) {
+    return "0";
+  }
+  switch (message.kind) {
+    case kRequest:
+    case kOneWayRequest:
+      return expectRequest(message);
+    case kResponse:
+      expectResponse(message);
+      return "";
+    default:
+      return "false";
+  }
+}
+
+std::string Conversation::expectRequest(const WireMessage& message) {
+  const unsigned int bit = message.srcAddressType + (message.kind == kRequest ? 0 : kSourceTypes);
+  if ((m_handlers >> bit & 1U) == 0) {
+    return "m_pHandler[ srcIpcAddress.getIpcAddressType() ] != __null";
+  }
+  m_expected.push_back(toldOf(message));
+  return "";
+}
+
+void Conversation::expectResponse(const WireMessage& message) {
+  if (m_sessions.count(message.sessionId) != 0) {
+    m_expected.push_back(toldOf(message));
+  } else {
+    expectLine("receive response already timed out(?): sessionId=%d\n", static_cast<int>(message.sessionId));
+  }
+}
+
+void Conversation::expectLine(const char* format, int number) {
+  char line[128];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  snprintf(line, sizeof(line), format, number);
+#pragma GCC diagnostic pop
+  m_expectedLog.push_back(line);
+}
+
+void Conversation::checkLog() {
+  std::vector<std::string> lines = m_log.take();
+  for (std::string& line : lines) {
+    const size_t number = line.find(kTimerNumber);
+    line.resize(number == std::string::npos ? line.size() : number);
+  }
+  for (size_t i = 0; i < std::min(lines.size(), m_expectedLog.size()); ++i) {
+    FUZZ_CHECK_EQ(lines[i], m_expectedLog[i]);
+  }
+  FUZZ_CHECK_EQ(lines.size(), m_expectedLog.size());
+  m_expectedLog.clear();
+}
+
+void Conversation::checkTold(const Told& told) {
+  FUZZ_CHECK_EQ(m_expected.size(), 1U);
+  FUZZ_CHECK_EQ(told, m_expected.front());
+  m_expected.clear();
+}
+
+void Conversation::handleRequest(IpcAddress& source, Kelp::IpcDataRequest& data, int dataSize, SessionId_t sessionId) {
+  checkTold({kRequest, source.getFifoFilePath(), sessionId, textOf(data, dataSize)});
+  doForRequest(sessionId);
+}
+
+void Conversation::handleOneWayRequest(IpcAddress& source, Kelp::IpcDataOneWayRequest& data, int dataSize) {
+  checkTold({kOneWayRequest, source.getFifoFilePath(), 0, textOf(data, dataSize)});
+  doForRequest(0);
+}
+
+void Conversation::handleResponse(unsigned int waiter, uint32_t sessionId, IpcAddress& source,
+                                  const Kelp::IpcData& data, int dataSize) {
+  checkTold({kResponse, source.getFifoFilePath(), sessionId, textOf(data, dataSize)});
+  const Session session = m_sessions.at(sessionId);
+  FUZZ_CHECK_EQ(session.handler, waiter);
+  m_sessions.erase(sessionId);
+  doDeed(session);
+}
+
+void Conversation::handleTimeout(unsigned int waiter, uint32_t sessionId) {
+  FUZZ_CHECK_EQ(m_sessions.count(sessionId), 1U);
+  const Session session = m_sessions.at(sessionId);
+  FUZZ_CHECK_EQ(session.handler, waiter);
+  FUZZ_CHECK(session.timeout != -1 && session.expiry <= Clock::now());
+  m_sessions.erase(sessionId);
+  expectLine("ResponseDispatcher session num=%d\n", static_cast<int>(m_sessions.size()));
+  expectLine("session timeout: sessionId=%d, ", static_cast<int>(sessionId));
+  doDeed(session);
+}
+
+// The handlers of requests have to outlive the receiver: in their place others die.
+void Conversation::doForRequest(uint32_t sessionId) {
+  if (m_requestsToDeed > 0 && --m_requestsToDeed == 0) {
+    doDeed({sessionId, sessionId % kWaiters, 1, static_cast<Deed>(m_deedOfRequests % 7U), 0});
+  }
+}
+
+void Conversation::doDeed(const Session& told) {
+  Session next = told;
+  switch (told.deed) {
+    case Deed::Nothing:
+      break;
+    case Deed::AwaitAgain:
+      await(told);
+      break;
+    case Deed::AwaitNext:
+      ++next.id;
+      await(next);
+      break;
+    case Deed::DieItself:
+      kill(told.handler);
+      break;
+    case Deed::KillOther:
+      kill((told.handler + 1) % kWaiters);
+      break;
+    case Deed::DisposeOfReceiver:
+      disposeOfReceiver();
+      break;
+    case Deed::EndLoop:
+      end();
+      break;
+  }
+}
+
+// No time-out may be pending.
+void Conversation::disposeOfReceiver() {
+  killAll();
+  m_looper->removeEventReceiver(*m_receiver);
+  m_looper->disposeSafely(*m_receiver.release());
+  end();
+}
+
+void Conversation::end() {
+  m_isOver = true;
+  m_looper->exitEventLoop();
+}
+
+bool Conversation::hasTimeout() const {
+  return std::any_of(m_sessions.begin(), m_sessions.end(), [](const auto& each) { return each.second.timeout != -1; });
+}
+
+void Conversation::finish() {
+  checkLog();
+  close(m_fd);
+  if ((m_handlers & 0x40U) != 0 || hasTimeout()) {
+    killAll();
+  }
+  if (m_receiver != nullptr) {
+    m_looper->removeEventReceiver(*m_receiver);
+    m_receiver.reset();
+  }
+  for (std::unique_ptr<Waiter>& waiter : m_waiters) {
+    waiter.reset();  // silently: their sessions died with the receiver
+  }
+  checkLog();
+  FUZZ_CHECK(!isThere(m_path));
+}
+
+}  // namespace KelpFuzz
