@@ -11,6 +11,7 @@
 #include "fuzz/ipc-stream/Clock.h"
 #include "fuzz/ipc-stream/InFlight.h"
 #include "fuzz/support/Check.h"
+#include "fuzz/support/Platform.h"
 
 using Kelp::IpcAddress;
 using Kelp::IpcAddressType;
@@ -25,12 +26,10 @@ namespace {
 constexpr int kOwnFirstId = 0x46555A5A;
 constexpr size_t kMostMessages = 12;  // what a FIFO takes of the largest ones, with some to spare
 constexpr size_t kMostStale = 4096;   // bytes that were there before
-constexpr size_t kMostSessions = 16;
+constexpr size_t kMostSessions = 10;  // to one input: more are slow and nothing new
 constexpr int64_t kMillisecond = 1000000;
 constexpr int64_t kAllTime = (int64_t{1} << 31) * kMillisecond;  // no time-out is longer
 constexpr uint8_t kAllTimeByte = 250;                            // and those above it
-constexpr char kError[] = "###ERROR###\n";
-constexpr char kTimerNumber[] = "timerId=";  // which number stands behind it is not known
 
 std::string textOf(const Kelp::IpcData& data, int dataSize) {
   return std::string(reinterpret_cast<const char*>(&data), static_cast<size_t>(dataSize));
@@ -49,7 +48,7 @@ class Conversation::Looper : public Kelp::EventLooperMultiWait {
       return;
     }
     Kelp::EventLooperMultiWait::processEvent();
-    m_conversation.checkLog();
+    m_conversation.m_expectation.checkLog();
   }
 
  private:
@@ -83,7 +82,11 @@ class Conversation::Waiter : public Kelp::IpcEventSender::ResponseHandler {
 };
 
 Conversation::Conversation(Input& input)
-    : m_input(input), m_handlers(input.byte()), m_setting(input.byte()), m_looper(new Looper(*this)) {}
+    : m_input(input),
+      m_handlers(input.byte()),
+      m_setting(input.byte()),
+      m_expectation(m_handlers),
+      m_looper(new Looper(*this)) {}
 
 Conversation::~Conversation() = default;
 
@@ -107,7 +110,7 @@ void Conversation::makeReceiverOnStaleFifo() {
   const int fd = open(m_path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   FUZZ_CHECK(::write(fd, stale.data(), stale.size()) == static_cast<ssize_t>(stale.size()));
   m_stream.write(stale);
-  m_expectedLog.push_back(kError);  // for the FIFO cannot be made
+  m_expectation.logged("###ERROR###\n");  // for the FIFO cannot be made
   m_receiver = std::make_unique<Receiver>(*this);
   close(fd);
 }
@@ -168,7 +171,7 @@ void Conversation::writeNext() {
 
 void Conversation::write(const KelpTest::Bytes& bytes) {
   FUZZ_CHECK(KelpTest::writeBytes(m_fd, bytes));
-  m_stream.write(std::string(bytes.begin(), bytes.end()));
+  m_stream.write(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
 void Conversation::takeOther() {
@@ -213,7 +216,7 @@ Conversation::Session Conversation::takeSession() {
 }
 
 void Conversation::await(Session session) {
-  if (m_sessions.size() >= kMostSessions) {
+  if (m_sessionIds.size() >= kMostSessions) {
     return;
   }
   std::string expected;
@@ -244,14 +247,12 @@ void Conversation::kill(unsigned int waiter) {
   if (m_waiters[waiter] == nullptr) {
     return;
   }
-  char line[64];
-  snprintf(line, sizeof(line), "remove ResponseHandler(%p)\n",
-           static_cast<void*>(static_cast<Kelp::IpcEventSender::ResponseHandler*>(m_waiters[waiter].get())));
+  const Kelp::IpcEventSender::ResponseHandler* const handler = m_waiters[waiter].get();
   for (auto session = m_sessions.begin(); session != m_sessions.end();) {
     const bool isWaiters = session->second.handler == waiter;
     session = isWaiters ? m_sessions.erase(session) : std::next(session);
     if (isWaiters) {
-      m_expectedLog.push_back(line);
+      m_expectation.loggedRemoval(handler);
     }
   }
   m_waiters[waiter].reset();
@@ -264,96 +265,31 @@ void Conversation::killAll() {
 }
 
 void Conversation::receive() {
-  const std::string expected = expect(m_stream.take());
+  const WireMessage message = m_stream.take();
+  const std::string expected = m_expectation.read(message, m_sessions.count(message.sessionId) != 0);
   InFlight inFlight;
   const std::string assertion = assertionOf([&] { m_receiver->IpcEventReceiver::receiveAndExecuteEvent(); });
   FUZZ_CHECK_EQ(assertion, expected);
-  FUZZ_CHECK(m_expected.empty());
+  m_expectation.checkNobodyWaits();
   if (!assertion.empty()) {
     inFlight.release();
     end();
   }
 }
 
-// Returns the expression of the assertion that the message ends on, or "".
-std::string Conversation::expect(const WireMessage& message) {
-  if (!isDataSizeValid(message.dataSize)) {
-    m_expectedLog.insert(m_expectedLog.end(), 2, kError);
-    return "";
-  }
-  if (message.srcAddressType >= kSourceTypes) {
-    return "0";
-  }
-  switch (message.kind) {
-    case kRequest:
-    case kOneWayRequest:
-      return expectRequest(message);
-    case kResponse:
-      expectResponse(message);
-      return "";
-    default:
-      return "false";
-  }
-}
-
-std::string Conversation::expectRequest(const WireMessage& message) {
-  const unsigned int bit = message.srcAddressType + (message.kind == kRequest ? 0 : kSourceTypes);
-  if ((m_handlers >> bit & 1U) == 0) {
-    return "m_pHandler[ srcIpcAddress.getIpcAddressType() ] != __null";
-  }
-  m_expected.push_back(toldOf(message));
-  return "";
-}
-
-void Conversation::expectResponse(const WireMessage& message) {
-  if (m_sessions.count(message.sessionId) != 0) {
-    m_expected.push_back(toldOf(message));
-  } else {
-    expectLine("receive response already timed out(?): sessionId=%d\n", static_cast<int>(message.sessionId));
-  }
-}
-
-void Conversation::expectLine(const char* format, int number) {
-  char line[128];
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  snprintf(line, sizeof(line), format, number);
-#pragma GCC diagnostic pop
-  m_expectedLog.push_back(line);
-}
-
-void Conversation::checkLog() {
-  std::vector<std::string> lines = m_log.take();
-  for (std::string& line : lines) {
-    const size_t number = line.find(kTimerNumber);
-    line.resize(number == std::string::npos ? line.size() : number);
-  }
-  for (size_t i = 0; i < std::min(lines.size(), m_expectedLog.size()); ++i) {
-    FUZZ_CHECK_EQ(lines[i], m_expectedLog[i]);
-  }
-  FUZZ_CHECK_EQ(lines.size(), m_expectedLog.size());
-  m_expectedLog.clear();
-}
-
-void Conversation::checkTold(const Told& told) {
-  FUZZ_CHECK_EQ(m_expected.size(), 1U);
-  FUZZ_CHECK_EQ(told, m_expected.front());
-  m_expected.clear();
-}
-
 void Conversation::handleRequest(IpcAddress& source, Kelp::IpcDataRequest& data, int dataSize, SessionId_t sessionId) {
-  checkTold({kRequest, source.getFifoFilePath(), sessionId, textOf(data, dataSize)});
+  m_expectation.checkTold({kRequest, source.getFifoFilePath(), sessionId, textOf(data, dataSize)});
   doForRequest(sessionId);
 }
 
 void Conversation::handleOneWayRequest(IpcAddress& source, Kelp::IpcDataOneWayRequest& data, int dataSize) {
-  checkTold({kOneWayRequest, source.getFifoFilePath(), 0, textOf(data, dataSize)});
+  m_expectation.checkTold({kOneWayRequest, source.getFifoFilePath(), 0, textOf(data, dataSize)});
   doForRequest(0);
 }
 
 void Conversation::handleResponse(unsigned int waiter, uint32_t sessionId, IpcAddress& source,
                                   const Kelp::IpcData& data, int dataSize) {
-  checkTold({kResponse, source.getFifoFilePath(), sessionId, textOf(data, dataSize)});
+  m_expectation.checkTold({kResponse, source.getFifoFilePath(), sessionId, textOf(data, dataSize)});
   const Session session = m_sessions.at(sessionId);
   FUZZ_CHECK_EQ(session.handler, waiter);
   m_sessions.erase(sessionId);
@@ -366,8 +302,8 @@ void Conversation::handleTimeout(unsigned int waiter, uint32_t sessionId) {
   FUZZ_CHECK_EQ(session.handler, waiter);
   FUZZ_CHECK(session.timeout != -1 && session.expiry <= Clock::now());
   m_sessions.erase(sessionId);
-  expectLine("ResponseDispatcher session num=%d\n", static_cast<int>(m_sessions.size()));
-  expectLine("session timeout: sessionId=%d, ", static_cast<int>(sessionId));
+  m_expectation.logged("ResponseDispatcher session num=%d\n", static_cast<int>(m_sessions.size()));
+  m_expectation.logged("session timeout: sessionId=%d, ", static_cast<int>(sessionId));
   doDeed(session);
 }
 
@@ -423,7 +359,7 @@ bool Conversation::hasTimeout() const {
 }
 
 void Conversation::finish() {
-  checkLog();
+  m_expectation.checkLog();
   close(m_fd);
   if ((m_handlers & 0x40U) != 0 || hasTimeout()) {
     killAll();
@@ -435,7 +371,7 @@ void Conversation::finish() {
   for (std::unique_ptr<Waiter>& waiter : m_waiters) {
     waiter.reset();  // silently: their sessions died with the receiver
   }
-  checkLog();
+  m_expectation.checkLog();
   FUZZ_CHECK(!isThere(m_path));
 }
 

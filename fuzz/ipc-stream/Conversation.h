@@ -12,9 +12,9 @@
 #include "Disposable.h"
 #include "EventLooperMultiWait.h"
 #include "IpcEventReceiver.h"
+#include "fuzz/ipc-stream/Expectation.h"
 #include "fuzz/ipc-stream/Stream.h"
 #include "fuzz/support/Input.h"
-#include "fuzz/support/Platform.h"
 
 namespace KelpFuzz {
 
@@ -53,7 +53,6 @@ class Conversation : public Kelp::IpcEventReceiver::RequestHandler,
   void handleResponse(unsigned int waiter, uint32_t sessionId, Kelp::IpcAddress& source, const Kelp::IpcData& data,
                       int dataSize);
   void handleTimeout(unsigned int waiter, uint32_t sessionId);
-  void checkTold(const Told& told);
   void doForRequest(uint32_t sessionId);
   void doDeed(const Session& told);
 
@@ -67,11 +66,6 @@ class Conversation : public Kelp::IpcEventReceiver::RequestHandler,
   void takeOther();
   void write(const KelpTest::Bytes& bytes);
   void receive();
-  std::string expect(const KelpTest::WireMessage& message);
-  std::string expectRequest(const KelpTest::WireMessage& message);
-  void expectResponse(const KelpTest::WireMessage& message);
-  void expectLine(const char* format, int number);
-  void checkLog();
 
   void await(Session session);
   void kill(unsigned int waiter);
@@ -84,8 +78,7 @@ class Conversation : public Kelp::IpcEventReceiver::RequestHandler,
   Input& m_input;
   const unsigned int m_handlers;  // the first byte
   const unsigned int m_setting;   // the second
-  LogLines m_log;
-  std::vector<std::string> m_expectedLog;
+  Expectation m_expectation;
   std::unique_ptr<Looper> m_looper;
   std::unique_ptr<Receiver> m_receiver;
   std::string m_path;  // of its FIFO
@@ -94,7 +87,6 @@ class Conversation : public Kelp::IpcEventReceiver::RequestHandler,
   Stream m_stream;
   std::map<uint32_t, Session> m_sessions;  // that are awaited
   std::vector<uint32_t> m_sessionIds;      // that ever were
-  std::vector<Told> m_expected;            // what is to be told next, if anything
   unsigned int m_deedOfRequests = 0;
   unsigned int m_requestsToDeed = 0;
   bool m_isBegun = false;

@@ -51,12 +51,11 @@ std::vector<std::string> s_logLines;
 bool s_isLogKept = false;
 
 // Process, thread, file, line and function stand before it.
-std::string messageOf(const std::string& line) {
-  size_t start = 0;
+std::string messageOf(const char* line) {
   for (int words = 0; words < kWordsBeforeMessage; ++words) {
-    start = line.find(' ', start) + 1;
+    line = strchr(line, ' ') + 1;
   }
-  return line.substr(start);
+  return line;
 }
 
 size_t roundedUp(size_t size, size_t unit) {
