@@ -14,7 +14,8 @@
 // NOLINTNEXTLINE(readability-redundant-declaration): the public one cannot be weak, or a definition would be so too
 extern "C" int PfLogPrintf(unsigned int level, const char* format, ...) __attribute__((weak, format(printf, 2, 3)));
 
-// Declared here as the C library's header does, because that header hides it under NDEBUG.
+// Declared here as the C library's header does, because that header hides it under NDEBUG: without that, a second time.
+// The name is the C library's.
 // NOLINTNEXTLINE(readability-redundant-declaration,bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" void __assert_fail(const char* expression, const char* file, unsigned int line,
                               const char* function) noexcept __attribute__((noreturn));
@@ -45,6 +46,7 @@ void logLine(unsigned int level, const char* file, int line, const char* functio
   if (level == kPfLogLevelTrace && !isTraceLogged()) {
     return;
   }
+  // A literal of which the prefix is right for these arguments; the rest is checked where it is written, by the macro.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
   const auto print = PfLogPrintf != nullptr ? PfLogPrintf : fallbackPfLogPrintf;

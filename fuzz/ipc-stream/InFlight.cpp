@@ -35,7 +35,7 @@ void InFlight::release() {
 }  // namespace KelpFuzz
 
 // The library's payloads come from malloc(), its addresses from the operator new that does not throw.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's own naming for wrapped calls
+// The prefixes are the linker's, for wrapped calls.
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __wrap_malloc(size_t size);
 extern "C" void* __wrap_malloc(size_t size) {
@@ -62,4 +62,3 @@ extern "C" void* KELP_FUZZ_WRAP_NEW(size_t size, const std::nothrow_t& tag) noex
   }
   return block;
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

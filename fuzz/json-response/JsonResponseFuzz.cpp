@@ -172,6 +172,7 @@ std::string escaped(const std::string& text) {
 
 std::string formatted(const char* format, unsigned int value) {
   char text[32];
+  // A literal of the callers', which each has a place for one number of 32 bits.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
   snprintf(text, sizeof(text), format, value);

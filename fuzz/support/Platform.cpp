@@ -198,7 +198,8 @@ extern "C" int PfLogPrintf(unsigned int /*level*/, const char* format, ...) {
   return length;
 }
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): names of the C library, compiler and linker
+// From here on the names are those of the C library, the compiler and the linker.
+
 // What was freed is kept apart for less long than is usual: the next inputs need the memory, and clearing new memory
 // took as much time as all the rest.
 extern "C" const char* __asan_default_options();
@@ -251,4 +252,3 @@ extern "C" int __wrap_munmap(void* start, size_t size) {
   }
   return __real_munmap(start, size);
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

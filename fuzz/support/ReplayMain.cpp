@@ -20,8 +20,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 // The sanitizers', where there are any.
-extern "C" void __sanitizer_set_death_callback(void (*callback)())  // NOLINT(bugprone-reserved-identifier)
-    __attribute__((weak));
+extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
 
 namespace {
 

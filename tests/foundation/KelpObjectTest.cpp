@@ -107,7 +107,7 @@ TEST(KelpObjectTest, MostDerivedClassSetsTheFinalType) {
 
 TEST(KelpObjectTest, CopyIsRegisteredForItself) {
   auto original = std::make_unique<Typed>(KelpObject::ObjectType_IpcAddressApp);
-  const Typed copy(*original);  // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested
+  const Typed copy(*original);  // the copy is what is tested
   const KelpObject* former = addressToKeep(original.get());
   expectExists(former, 19);
   expectExists(&copy, 19);
@@ -134,7 +134,7 @@ TEST(KelpObjectTest, CloneIsRegisteredForItself) {
 TEST(KelpObjectTest, MovedFromObjectStaysRegistered) {
   Typed source(KelpObject::ObjectType_IpcAddressApi);
   const Typed target(std::move(source));
-  expectExists(&source, 18);  // NOLINT(bugprone-use-after-move): its registration is what is tested
+  expectExists(&source, 18);  // its registration is what is tested
   expectExists(&target, 18);
 }
 
@@ -239,7 +239,7 @@ TEST(KelpObjectTest, AnswersRightWhileOtherThreadsBuildAndDestroy) {
     thread = std::thread([] {
       for (int i = 0; i < 2000; ++i) {
         const Plain built;
-        const Plain copy(built);  // NOLINT(performance-unnecessary-copy-initialization): the copy registers too
+        const Plain copy(built);  // the copy registers too
         EXPECT_TRUE(KelpObject::isObjectExist(&built));
         EXPECT_TRUE(KelpObject::isObjectExist(&copy));
       }

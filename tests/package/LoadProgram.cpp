@@ -8,9 +8,10 @@
 
 #include <cstddef>
 
-extern "C" void* __libc_malloc(std::size_t size);                     // NOLINT(bugprone-reserved-identifier): glibc's
-extern "C" void* __libc_calloc(std::size_t count, std::size_t size);  // NOLINT(bugprone-reserved-identifier)
-extern "C" void* __libc_realloc(void* block, std::size_t size);       // NOLINT(bugprone-reserved-identifier)
+// glibc's own, behind the functions that are replaced below.
+extern "C" void* __libc_malloc(std::size_t size);
+extern "C" void* __libc_calloc(std::size_t count, std::size_t size);
+extern "C" void* __libc_realloc(void* block, std::size_t size);
 
 namespace {
 

@@ -28,6 +28,7 @@ compile() {
   if grep -q '^int main(' "$source"; then
     "$CXX" "${warnings[@]}" "$source" "${kelpFlags[@]}" -o "${source%.cpp}"
   else
+    # An excerpt need not call the functions that it shows.
     "$CXX" "${warnings[@]}" -Wno-unused -fsyntax-only "$source" "${kelpFlags[@]}"
   fi
 }

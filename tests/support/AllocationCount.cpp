@@ -30,7 +30,7 @@ Allocations allocations() {
 
 }  // namespace KelpTest
 
-// NOLINTBEGIN(bugprone-reserved-identifier): names that the sanitizers and the C library give
+// Names that the sanitizers and the C library give.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
 extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void* block);
@@ -84,4 +84,3 @@ extern "C" void free(void* block) {
 }
 
 #endif
-// NOLINTEND(bugprone-reserved-identifier)

@@ -142,7 +142,7 @@ using KelpTest::Call;
 using KelpTest::failsWithErrno;
 using KelpTest::takeFault;
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's own naming for wrapped calls
+// The linker's own naming for wrapped calls.
 #define KELP_TEST_WRAP(enumerator, result, failure, function, parameters, arguments) \
   extern "C" result __real_##function parameters;                                    \
   extern "C" result __wrap_##function parameters;                                    \
@@ -339,4 +339,3 @@ extern "C" long __wrap_syscall(long number, ...) {
              ? -1
              : __real_syscall(number, argument[0], argument[1], argument[2], argument[3], argument[4], argument[5]);
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

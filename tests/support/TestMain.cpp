@@ -6,8 +6,8 @@
 
 // What the leak checker is not to report. A loop that its exit flag ends leaves the wake-up object in its pipe: only
 // the loop may delete what was sent to it, and it is gone.
-extern "C" const char* __lsan_default_suppressions();   // NOLINT(bugprone-reserved-identifier): the checker's name
-extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier)
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
   return "leak:Kelp::EventLooperMultiWait::exitEventLoop\n";
 }
 
