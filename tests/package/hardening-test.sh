@@ -1,6 +1,7 @@
 #!/bin/bash
 # Whether the files that were built are hardened: read from the files themselves, not from the flags.
 #   hardening-test.sh CHECK FILE...
+# Environment: OBJDUMP, where the files are for another processor: GNU's, because Clang's does not name imported functions.
 set -euo pipefail
 check=$1
 shift
@@ -12,6 +13,15 @@ dynamic() { readelf -dW "$1"; }
 
 guards_its_stack() {
   imports "$1" | grep -x __stack_chk_fail >/dev/null || fail "$1 does not watch its stack"
+}
+
+# What stands on this function's stack is a structure whose address it hands out, with no array of characters in it: the
+# plain kind of guard, which is for such arrays alone, would leave it out.
+guards_stacks_without_buffers_too() {
+  local code
+  code=$("${OBJDUMP:-objdump}" -d "$1" | awk '/>:$/ { isIn = /<_ZN4Kelp7SysFunc8kelpStat[A-Za-z0-9_]*>:$/ } isIn')
+  [[ -n $code ]] || fail "$1 has no code of SysFunc::kelpStat"
+  [[ $code == *"<__stack_chk_fail@plt>"* ]] || fail "$1 watches only stacks with buffers: SysFunc::kelpStat's is not"
 }
 
 calls_checked_c_library_functions() {
