@@ -282,6 +282,15 @@ TEST(SysFuncTest, RmOfALinkRemovesTheLinkAlone) {
   }
 }
 
+TEST(SysFuncTest, RmOfADirectoryLeavesAFileUnderItsOtherName) {
+  makeTree();
+  ASSERT_EQ(link("/tmp/d/below/file", "/tmp/other"), 0);
+  EXPECT_EQ(SysFunc::kelpRm("/tmp/d"), CommonReturnCode_Ok);
+  EXPECT_FALSE(exists("/tmp/d"));
+  EXPECT_EQ(SysFunc::kelpStat("/tmp/other"), 5);
+  EXPECT_EQ(modeOf("/tmp/other"), 0600U);
+}
+
 TEST(SysFuncTest, MkdirMakesParentsAndIgnoresTheUmask) {
   const UmaskGuard guard(077);
   EXPECT_EQ(SysFunc::kelpMkdir("/tmp/a/b", 0775), CommonReturnCode_Ok);
@@ -431,6 +440,18 @@ TEST(SysFuncTest, ChownFollowsALinkToAFileButNoneInOrToADirectory) {
   EXPECT_EQ(statusOf("/tmp/d").st_uid, 4343U);
 }
 
+// Whoever may write to the directory can put another's file there by a second name.
+TEST(SysFuncTest, ChownOfADirectoryReachesAFileWhoseOtherNameIsElsewhere) {
+  if (!KelpTest::isRealRoot()) {
+    GTEST_SKIP() << "only root can give files away";
+  }
+  makeTree();
+  makeFile("/tmp/other");
+  ASSERT_EQ(link("/tmp/other", "/tmp/d/below/second"), 0);
+  EXPECT_EQ(SysFunc::kelpChown("/tmp/d", 4242), CommonReturnCode_Ok);
+  EXPECT_EQ(statusOf("/tmp/other").st_uid, 4242U);
+}
+
 TEST(SysFuncTest, ChmodOfAMissingPathRunsAndLogsNothing) {
   const int systems = callCount(Call::System);
   const int chmods = callCount(Call::Chmod);
@@ -480,6 +501,14 @@ TEST(SysFuncTest, ChmodFollowsTheLinkThatItIsGivenButNoneInADirectory) {
   ASSERT_EQ(symlink("/tmp/d", "/tmp/link"), 0);
   EXPECT_EQ(SysFunc::kelpChmod("/tmp/link", 0700), CommonReturnCode_Ok);
   EXPECT_EQ(modeOf("/tmp/d"), 0700U);
+}
+
+TEST(SysFuncTest, ChmodOfADirectoryReachesAFileWhoseOtherNameIsElsewhere) {
+  makeTree();
+  makeFile("/tmp/other", 0600);
+  ASSERT_EQ(link("/tmp/other", "/tmp/d/below/second"), 0);
+  EXPECT_EQ(SysFunc::kelpChmod("/tmp/d", 0777), CommonReturnCode_Ok);
+  EXPECT_EQ(modeOf("/tmp/other"), 0777U);
 }
 
 TEST(SysFuncTest, ChmodOfADirectoryReturnsTheFailureOfItsCommand) {
