@@ -97,6 +97,7 @@ void Conversation::run() {
   } else {
     m_receiver = std::make_unique<Receiver>(*this);
   }
+  FUZZ_CHECK_EQ(m_receiver->getIpcAddress().getFifoFilePath(), m_path);
   m_fd = open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   setHandlers();
   FUZZ_CHECK(m_looper->addEventReceiver(*m_receiver));
