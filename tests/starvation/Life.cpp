@@ -37,20 +37,16 @@ constexpr unsigned int kPatience = 60;  // seconds for one process, which takes 
 
 LogCapture* s_log = nullptr;
 
-std::mutex s_lineMutex;  // guards the function below
+std::mutex s_lineMutex;  // guards the function below, and is held while it runs
 std::function<void()>& lineFunction() {
   static auto* const s_function = new std::function<void()>;
   return *s_function;
 }
 
 void runLineFunction() {
-  std::function<void()> function;
-  {
-    const std::lock_guard<std::mutex> lock(s_lineMutex);
-    function = lineFunction();
-  }
-  if (function) {
-    function();
+  const std::lock_guard<std::mutex> lock(s_lineMutex);
+  if (lineFunction()) {
+    lineFunction()();
   }
 }
 

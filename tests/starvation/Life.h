@@ -79,7 +79,8 @@ Life live(const Scenario& scenario, const Fault& fault, bool looksForLeaks = tru
 int loggedErrors();
 int loggedErrors(const std::string& file);
 
-// Has the function called, by the thread that logs, at each further line of this life. It may use the library.
+// Has the function called, by the thread that logs, at each further line of this life. It must not log itself. When
+// another one, or none, has been set, no thread is in it any more: what it uses can go.
 void atEachLine(std::function<void()> function);
 
 }  // namespace KelpTest
