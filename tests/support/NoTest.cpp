@@ -1,0 +1,1 @@
+// The one source of the program whose headers the tests use precompiled: it holds no test.
