@@ -44,7 +44,7 @@ void enter(int fd, const itimerspec& spec) {
 
 }  // namespace KelpFuzz
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's own naming for wrapped calls
+// The linker names the two so.
 extern "C" int __real_timerfd_settime(int fd, int flags, const itimerspec* spec, itimerspec* old);
 extern "C" int __wrap_timerfd_settime(int fd, int flags, const itimerspec* spec, itimerspec* old);
 extern "C" int __wrap_timerfd_settime(int fd, int flags, const itimerspec* spec, itimerspec* /*old*/) {
@@ -52,7 +52,6 @@ extern "C" int __wrap_timerfd_settime(int fd, int flags, const itimerspec* spec,
   KelpFuzz::enter(fd, *spec);
   return 0;
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace KelpFuzz {
 
